@@ -1,0 +1,52 @@
+// The scalar definition of the row of fast scaling.
+//
+// Exactness: a channel is trunc((0.5 + boxHeight * rowSum) / (boxWidth * boxHeight)) in double. The
+// row counts boxHeight times, and adding whole numbers to 0.5 is exact as long as they stay below
+// 2^52, so one multiplication gives what repeated additions give.
+#include "kernels/box_average.h"
+
+#include <cstring>
+
+#include "kernels/arithmetic.h"
+
+namespace zvk::kernels {
+
+namespace {
+
+struct RowSums {
+    std::int64_t red = 0;
+    std::int64_t green = 0;
+    std::int64_t blue = 0;
+};
+
+RowSums SumPixels(const std::uint8_t* pixel, const ChannelOrder& order, std::int64_t count) {
+    RowSums sums;
+    for (; count > 0; --count, pixel += bytesPerPixelWord) {
+        sums.red += pixel[order.red];
+        sums.green += pixel[order.green];
+        sums.blue += pixel[order.blue];
+    }
+    return sums;
+}
+
+}  // namespace
+
+void AverageRow(const RowAveraging& job) {
+    const auto count = static_cast<double>(job.boxWidth * job.boxHeight);
+    const auto mean = [&](std::int64_t rowSum) -> std::uint32_t {
+        const double sum = 0.5 + static_cast<double>(job.boxHeight) * static_cast<double>(rowSum);
+        return ClampToByte(TruncateToInt32(sum / count));
+    };
+    const bool isEmpty = job.sourceWidth < 1 || job.boxHeight < 1;
+    for (std::int64_t x = 0; x < job.width; ++x) {
+        std::uint32_t pixel = OpaquePixel(job.order, 0, 0, 0);
+        if (!isEmpty) {
+            const std::int64_t offset = std::int64_t{job.starts[x]} * bytesPerPixelWord;
+            const RowSums sums = SumPixels(job.source + offset, job.sourceOrder, job.boxWidth);
+            pixel = OpaquePixel(job.order, mean(sums.red), mean(sums.green), mean(sums.blue));
+        }
+        std::memcpy(job.destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+    }
+}
+
+}  // namespace zvk::kernels

@@ -1,0 +1,27 @@
+// The row of fast scaling as it is defined: blocks of neighbouring pixels averaged into opaque
+// ones.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/channel_order.h"
+
+namespace zvk::kernels {
+
+// A job of averaging one source row into one row of opaque pixels.
+struct RowAveraging {
+    const std::uint8_t* source;
+    ChannelOrder sourceOrder;
+    std::int64_t sourceWidth;    // in pixels; 0 gives black
+    const std::int32_t* starts;  // the first source pixel of each block
+    std::int64_t boxWidth;       // pixels of a block; blocks lie inside the row
+    std::int64_t boxHeight;      // how often the row counts; 0 gives black
+    ChannelOrder order;
+    std::int64_t width;  // in pixels
+    std::uint8_t* destination;
+};
+
+// Every channel of a destination pixel is the truncated mean of its block.
+void AverageRow(const RowAveraging& job);
+
+}  // namespace zvk::kernels

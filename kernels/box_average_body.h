@@ -1,0 +1,112 @@
+// The vector body of the row of fast scaling, compiled once per instruction set.
+//
+// Exactness: with S the sum of w values, the definition truncates (0.5 + h S) / (w h), which lies
+// between S / w and S / w + 1 / 2w and so truncates to S div w; h drops out. Here (S + 0.5) / w is
+// formed in single precision. It lies at least 0.5 / w off every whole number, and is off by at
+// most 256 * 3 * 2^-24, which is less for w up to 8192. S is exact below 2^24.
+#pragma once
+
+#include "kernels/box_average.h"
+#include "kernels/kernel_table.h"
+#include "kernels/simd_sse2.h"
+
+namespace zvk::kernels {
+namespace {
+
+inline constexpr std::int64_t widestExactBox = 8192;
+
+template <typename Simd>
+class RowAverager {
+  public:
+    explicit RowAverager(const RowAveraging& job)
+        : job_(job),
+          arrange_(job.sourceOrder, job.order),
+          inverse_(1.0F / static_cast<float>(job.boxWidth)),
+          lastMask_(MaskOf(job.boxWidth % pixelsPerVector)),
+          wholeVectors_(job.boxWidth / pixelsPerVector) {}
+
+    void Run() const {
+        if (job_.width < pixelsPerVector) {
+            AverageRow(job_);
+            return;
+        }
+        std::int64_t x = 0;
+        for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector)
+            WritePixels(x);
+        // The last vector goes back over pixels that have been written; they come out the same.
+        if (x < job_.width) WritePixels(job_.width - pixelsPerVector);
+    }
+
+  private:
+    static constexpr std::int64_t pixelsPerVector = 4;
+
+    // All bits of the first `count` pixels.
+    static __m128i MaskOf(std::int64_t count) {
+        const __m128i place = _mm_setr_epi32(0, 1, 2, 3);
+        return _mm_cmplt_epi32(place, _mm_set1_epi32(static_cast<int>(count)));
+    }
+
+    void WritePixels(std::int64_t x) const {
+        __m128i pixels;
+        if (job_.boxWidth == 1) {
+            pixels = _mm_setr_epi32(PixelAt(x), PixelAt(x + 1), PixelAt(x + 2), PixelAt(x + 3));
+        } else {
+            pixels = Simd::ToBytes({MeanAt(x), MeanAt(x + 1), MeanAt(x + 2), MeanAt(x + 3)});
+        }
+        Simd::StoreAll(job_.destination + x * bytesPerPixelWord, arrange_(pixels));
+    }
+
+    int PixelAt(std::int64_t x) const {
+        int pixel = 0;
+        __builtin_memcpy(&pixel, BlockAt(x), sizeof pixel);
+        return pixel;
+    }
+
+    __m128 MeanAt(std::int64_t x) const {
+        const __m128 half = _mm_set1_ps(0.5F);
+        const __m128 sum = _mm_cvtepi32_ps(SumBlock(job_.starts[x]));
+        return _mm_mul_ps(_mm_add_ps(sum, half), _mm_set1_ps(inverse_));
+    }
+
+    const std::uint8_t* BlockAt(std::int64_t x) const {
+        return job_.source + std::int64_t{job_.starts[x]} * bytesPerPixelWord;
+    }
+
+    __m128i SumBlock(std::int64_t start) const {
+        const std::uint8_t* pixels = job_.source + start * bytesPerPixelWord;
+        __m128i sum = _mm_setzero_si128();
+        for (std::int64_t vector = 0; vector < wholeVectors_; ++vector) {
+            sum = _mm_add_epi32(sum, Simd::SumPixels(Simd::LoadAll(pixels)));
+            pixels += Simd::byteCount;
+        }
+        const std::int64_t done = wholeVectors_ * pixelsPerVector;
+        if (done == job_.boxWidth) return sum;
+        if (start + done + pixelsPerVector <= job_.sourceWidth) {
+            const __m128i rest = _mm_and_si128(Simd::LoadAll(pixels), lastMask_);
+            return _mm_add_epi32(sum, Simd::SumPixels(rest));
+        }
+        // The row ends within the vector.
+        alignas(16) std::uint8_t rest[Sse2::byteCount] = {};
+        __builtin_memcpy(rest, pixels,
+                         static_cast<std::size_t>((job_.boxWidth - done) * bytesPerPixelWord));
+        return _mm_add_epi32(sum, Simd::SumPixels(Simd::LoadAll(rest)));
+    }
+
+    const RowAveraging& job_;
+    typename Simd::Arrangement arrange_;
+    float inverse_;
+    __m128i lastMask_;
+    std::int64_t wholeVectors_;
+};
+
+template <typename Simd>
+void AverageRowInVectors(const RowAveraging& job) {
+    if (job.sourceWidth < 1 || job.boxHeight < 1 || job.boxWidth > widestExactBox) {
+        AverageRow(job);
+    } else {
+        RowAverager<Simd>(job).Run();
+    }
+}
+
+}  // namespace
+}  // namespace zvk::kernels

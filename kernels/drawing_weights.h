@@ -1,0 +1,45 @@
+// Weights of fractional drawing in the forms that the vector kernels take them in.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "kernels/compositing.h"
+
+namespace zvk::kernels {
+
+// A weight w from 0 to 1 such that trunc(c * w), for every byte c, is the upper half of the product
+// c * multiplier, or c itself where `isOne`.
+struct ScaledWeight {
+    std::uint16_t multiplier;
+    bool isOne;
+};
+
+// The scaled form of a weight, or nothing for one below 0, above 1 or not a number.
+std::optional<ScaledWeight> ScaleWeight(double weight);
+
+// The weights of the pixels of a row that all take the same samples.
+struct PlainWeights {
+    ScaledWeight topLeft;
+    ScaledWeight topRight;
+    ScaledWeight bottomRight;
+    ScaledWeight bottomLeft;
+    ScaledWeight rest;  // of the destination's own pixel
+};
+
+// The weights where the rows above and below are there or not; nothing if any has no scaled form.
+std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights, bool hasAbove,
+                                            bool hasBelow);
+
+// The weights of every mask value; without a mask only the first, of value 0, is used.
+struct WeightTables {
+    double topLeft[256];
+    double topRight[256];
+    double bottomRight[256];
+    double bottomLeft[256];
+
+    // Fills the tables for all mask values, or with the plain weights in their first entries.
+    void Fill(const SampleWeights& weights, bool isMasked);
+};
+
+}  // namespace zvk::kernels

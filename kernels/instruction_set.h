@@ -1,0 +1,23 @@
+// Which instruction sets the processor and the system under it offer. Detection is our own, since
+// the compiler's helpers do not exist in every file format that the plugin is built for.
+#pragma once
+
+#include <cstdint>
+
+namespace zvk::kernels {
+
+// Levels of instruction sets, each including those before it. Under translation on other
+// processors AVX2 is not reported and Sse41 is what is left.
+enum class InstructionSet : std::uint8_t {
+    Baseline,  // what every processor of this architecture has: SSE2
+    Sse41,     // with SSSE3
+    Avx2,      // with FMA
+    Avx512,    // F, BW, DQ and VL
+};
+
+inline constexpr int instructionSetCount = 4;
+
+// The highest level that this machine can run.
+InstructionSet DetectInstructionSet();
+
+}  // namespace zvk::kernels

@@ -1,0 +1,88 @@
+// The row kernels of one instruction set. Every level gives the bytes of the definition; tests and
+// benchmarks name any of them.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/blur_blocks.h"
+#include "kernels/bounded_list.h"
+#include "kernels/box_average.h"
+#include "kernels/channel_order.h"
+#include "kernels/compositing.h"
+#include "kernels/drawing_weights.h"
+#include "kernels/instruction_set.h"
+#include "kernels/interpolation.h"
+#include "kernels/pixel_rows.h"
+
+namespace zvk::kernels {
+
+// Kernels that take rows side by side take this many.
+inline constexpr int rowsAtOnce = 4;
+
+// A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
+struct RowResampling {
+    const std::uint8_t* sources[rowsAtOnce];
+    ChannelOrder order;
+    const BoundedList* lists;
+    std::int64_t listCount;
+    // Room for `scratchPixels` pixels of `rowsAtOnce` rows as single-precision numbers, all finite.
+    // It holds at least the longest list and `scratchSlack` more.
+    float* scratch;
+    std::int64_t scratchPixels;
+    std::uint8_t* destinations[rowsAtOnce];
+};
+
+// Pixels of scratch that are read beyond a list, and so multiplied by 0.
+inline constexpr std::int64_t scratchSlack = 4;
+
+// A job of blending the rows that a list names. Rows have `rowPadding` bytes behind them or are at
+// least that long.
+struct ColumnBlending {
+    PixelRows rows;
+    ChannelOrder rowOrder;
+    const BoundedList* list;
+    ChannelOrder order;
+    std::int64_t width;  // in pixels
+    std::uint8_t* destination;
+};
+
+// Bytes that are read from a row at once.
+inline constexpr std::int64_t rowPadding = 64;
+
+struct KernelTable {
+    InstructionSet instructionSet;
+    // Resamples rows along their length. Reads nothing outside the sources' rows and writes
+    // exactly `listCount` pixels to each destination.
+    void (*resampleRows)(const RowResampling& job);
+    // Blends rows into one row of opaque pixels.
+    void (*blendRows)(const ColumnBlending& job);
+    // Averages blocks of a row.
+    void (*averageRow)(const RowAveraging& job);
+    // The two steps of smooth enlargement.
+    void (*interpolateRows)(const RowInterpolation& job);
+    void (*interpolateColumns)(const ColumnInterpolation& job);
+    // The steps of the blur on blocks of rows.
+    void (*addToColumnSums)(const ColumnSumming& job);
+    void (*blurColumns)(const ColumnBlurring& job);
+    void (*blurRows)(const RowBlurring& job);
+    // Fractional drawing over columns whose source pixels all lie inside the source and its mask,
+    // for rows that share no memory with them; and over columns that take nothing.
+    void (*drawPlainRow)(const RowDrawing& job, const PlainWeights& weights);
+    void (*drawWeightedRow)(const RowDrawing& job, const WeightTables& weights);
+    void (*makeRowOpaque)(std::uint8_t* pixels, const ChannelOrder& order, std::int64_t width);
+};
+
+// The tables of each level; only the levels that the machine offers may be called.
+extern const KernelTable baselineKernels;
+extern const KernelTable sse41Kernels;
+extern const KernelTable avx2Kernels;
+extern const KernelTable avx512Kernels;
+
+// The table of a level.
+const KernelTable& KernelsOf(InstructionSet level);
+
+// The best table that this machine can run, chosen at first use; a build for one level has that
+// level instead.
+const KernelTable& SelectedKernels();
+
+}  // namespace zvk::kernels

@@ -1,0 +1,12 @@
+// The kernels of one level of instruction sets. Nothing here may be shared with other files: what
+// the linker could pick from here for everybody would not run on an older machine.
+#include "kernels/level_table.h"
+#include "kernels/simd_avx512.h"
+#include "kernels/words_avx2.h"
+
+namespace zvk::kernels {
+
+constinit const KernelTable avx512Kernels =
+    TableOf<Avx512, Sse41, WideWords, DoubleQuads>(InstructionSet::Avx512);
+
+}  // namespace zvk::kernels

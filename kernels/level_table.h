@@ -1,0 +1,34 @@
+// The kernel table of one level, made of the bodies. Included by the files that are compiled for
+// one level each; everything here is internal to each of them.
+#pragma once
+
+#include "kernels/box_average_body.h"
+#include "kernels/box_blur_body.h"
+#include "kernels/compositing_body.h"
+#include "kernels/interpolation_body.h"
+#include "kernels/kernel_table.h"
+#include "kernels/resampling_body.h"
+
+namespace zvk::kernels {
+namespace {
+
+// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Words` sixteen numbers of
+// 16 bits and `Doubles` products in double precision.
+template <typename Simd, typename Narrow, typename Words, typename Doubles>
+constexpr KernelTable TableOf(InstructionSet level) {
+    return {.instructionSet = level,
+            .resampleRows = ResampleRows<Simd>,
+            .blendRows = BlendRows<Simd>,
+            .averageRow = AverageRowInVectors<Narrow>,
+            .interpolateRows = InterpolateRowsInVectors<Simd>,
+            .interpolateColumns = InterpolateColumnsInVectors<Simd>,
+            .addToColumnSums = AddRowToColumnSums,
+            .blurColumns = BlurColumnsInVectors<Words>,
+            .blurRows = BlurRowsInVectors<Words>,
+            .drawPlainRow = DrawPlainRow<Words>,
+            .drawWeightedRow = DrawWeightedRow<Narrow, Doubles>,
+            .makeRowOpaque = MakeRowOpaque<Narrow>};
+}
+
+}  // namespace
+}  // namespace zvk::kernels

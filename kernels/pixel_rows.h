@@ -1,0 +1,18 @@
+// The rows of pixels between the two passes of the resampler.
+#pragma once
+
+#include <cstdint>
+
+namespace zvk::kernels {
+
+// Rows of four-byte pixels in the source's order; the fourth byte means nothing. Where there are
+// more rows than places, a row takes the place of the one `capacity` rows above it.
+struct PixelRows {
+    std::uint8_t* places;
+    std::int64_t stride;  // bytes from one place to the next
+    std::int32_t capacity;
+
+    std::uint8_t* Row(std::int64_t index) const { return places + index % capacity * stride; }
+};
+
+}  // namespace zvk::kernels

@@ -1,0 +1,110 @@
+// Thirty-two-byte vectors with AVX2 and FMA.
+#pragma once
+
+#include <immintrin.h>
+
+#include "kernels/simd_sse41.h"
+
+namespace zvk::kernels {
+namespace {
+
+struct Avx2 {
+    using Floats = __m256;
+    using Bytes = __m256i;
+    using Mask = std::uint32_t;
+    static constexpr std::int64_t floatCount = 8;
+    static constexpr std::int64_t byteCount = 32;
+
+    static Floats Broadcast(float value) { return _mm256_set1_ps(value); }
+    static Floats Load(const float* values) { return _mm256_loadu_ps(values); }
+    static void Store(float* values, Floats floats) { _mm256_storeu_ps(values, floats); }
+    static Floats Add(Floats left, Floats right) { return _mm256_add_ps(left, right); }
+    static Floats Multiply(Floats left, Floats right) { return _mm256_mul_ps(left, right); }
+    static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
+        return _mm256_fmadd_ps(left, right, sum);
+    }
+
+    static Floats FirstPixel(float value) { return _mm256_zextps128_ps256(_mm_set1_ps(value)); }
+
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        const __m128i packed = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes));
+        return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(packed));
+    }
+
+    static Floats LoadWeights(const float* weights) {
+        double pair = 0.0;
+        __builtin_memcpy(&pair, weights, sizeof pair);
+        const __m256 both = _mm256_castpd_ps(_mm256_set1_pd(pair));
+        return _mm256_permutevar_ps(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1));
+    }
+
+    static Floats LoadPixels(const float* pixels, const std::int32_t* indices) {
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(Sse2::LoadPixels(pixels, indices)),
+                                    Sse2::LoadPixels(pixels, indices + 1), 1);
+    }
+
+    // In groups of four bytes, one of each vector's lower half and then one of each upper half.
+    static Bytes ToBytes(const Floats (&values)[4]) {
+        const __m256i low =
+            _mm256_packs_epi32(_mm256_cvttps_epi32(values[0]), _mm256_cvttps_epi32(values[1]));
+        const __m256i high =
+            _mm256_packs_epi32(_mm256_cvttps_epi32(values[2]), _mm256_cvttps_epi32(values[3]));
+        return _mm256_packus_epi16(low, high);
+    }
+    static Bytes InOrder(Bytes bytes) {
+        return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+
+    // The sums of two rows' pixels, the first row's in the lower half.
+    static Floats PixelsOfTwo(Floats first, Floats second) {
+        return _mm256_add_ps(_mm256_permute2f128_ps(first, second, 0x20),
+                             _mm256_permute2f128_ps(first, second, 0x31));
+    }
+
+    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
+        const Floats more = Broadcast(slack);
+        const Floats even = PixelsOfTwo(sums[0], sums[1]);
+        const Floats odd = PixelsOfTwo(sums[2], sums[3]);
+        const __m256i lowWords =
+            _mm256_packs_epi32(_mm256_cvttps_epi32(even), _mm256_cvttps_epi32(odd));
+        const __m256i highWords = _mm256_packs_epi32(_mm256_cvttps_epi32(Add(even, more)),
+                                                     _mm256_cvttps_epi32(Add(odd, more)));
+        const __m256i bytes = _mm256_packus_epi16(lowWords, highWords);
+        const __m128i rows02 = _mm256_castsi256_si128(bytes);
+        const __m128i rows13 = _mm256_extracti128_si256(bytes, 1);
+        low = _mm_unpacklo_epi32(rows02, rows13);
+        high = _mm_unpackhi_epi32(rows02, rows13);
+    }
+
+    static Mask Differing(Bytes left, Bytes right) {
+        return ~static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(left, right)));
+    }
+    static Bytes Select(std::uint32_t mask, Bytes first, Bytes second) {
+        return _mm256_blendv_epi8(second, first, _mm256_set1_epi32(static_cast<int>(mask)));
+    }
+    static Bytes LoadAll(const std::uint8_t* bytes) {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+    }
+    static void StoreAll(std::uint8_t* bytes, Bytes values) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), values);
+    }
+
+    class Arrangement {
+      public:
+        Arrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : shuffle_(
+                  _mm256_broadcastsi128_si256(Sse2::LoadAll(ShufflePattern(from, to).positions))),
+              opaque_(_mm256_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
+        Bytes operator()(Bytes pixels) const {
+            return _mm256_or_si256(_mm256_shuffle_epi8(pixels, shuffle_), opaque_);
+        }
+
+      private:
+        __m256i shuffle_;
+        __m256i opaque_;
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels

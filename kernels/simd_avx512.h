@@ -1,0 +1,101 @@
+// Sixty-four-byte vectors with AVX-512 F, BW, DQ and VL.
+#pragma once
+
+#include "kernels/simd_avx2.h"
+
+namespace zvk::kernels {
+namespace {
+
+struct Avx512 {
+    using Floats = __m512;
+    using Bytes = __m512i;
+    using Mask = std::uint64_t;
+    static constexpr std::int64_t floatCount = 16;
+    static constexpr std::int64_t byteCount = 64;
+
+    static Floats Broadcast(float value) { return _mm512_set1_ps(value); }
+    static Floats FirstPixel(float value) { return _mm512_zextps128_ps512(_mm_set1_ps(value)); }
+    static Floats Load(const float* values) { return _mm512_loadu_ps(values); }
+    static void Store(float* values, Floats floats) { _mm512_storeu_ps(values, floats); }
+    static Floats Add(Floats left, Floats right) { return _mm512_add_ps(left, right); }
+    static Floats Multiply(Floats left, Floats right) { return _mm512_mul_ps(left, right); }
+    static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
+        return _mm512_fmadd_ps(left, right, sum);
+    }
+
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(Sse2::LoadAll(bytes)));
+    }
+
+    static Floats LoadWeights(const float* weights) {
+        const __m512 all = _mm512_broadcast_f32x4(_mm_loadu_ps(weights));
+        const __m512i pattern = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+        return _mm512_permutevar_ps(all, pattern);
+    }
+
+    static Floats LoadPixels(const float* pixels, const std::int32_t* indices) {
+        return _mm512_insertf32x8(_mm512_castps256_ps512(Avx2::LoadPixels(pixels, indices)),
+                                  Avx2::LoadPixels(pixels, indices + 2), 1);
+    }
+
+    // In groups of four bytes, the first quarters of the vectors, then the second and so on.
+    static Bytes ToBytes(const Floats (&values)[4]) {
+        const __m512i low =
+            _mm512_packs_epi32(_mm512_cvttps_epi32(values[0]), _mm512_cvttps_epi32(values[1]));
+        const __m512i high =
+            _mm512_packs_epi32(_mm512_cvttps_epi32(values[2]), _mm512_cvttps_epi32(values[3]));
+        return _mm512_packus_epi16(low, high);
+    }
+    static Bytes InOrder(Bytes bytes) {
+        const __m512i pattern =
+            _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        return _mm512_permutexvar_epi32(pattern, bytes);
+    }
+
+    // The sums of two rows' pixels two by two, the first row's in the lower half.
+    static Floats PairsOfTwo(Floats first, Floats second) {
+        return _mm512_add_ps(_mm512_shuffle_f32x4(first, second, 0x44),
+                             _mm512_shuffle_f32x4(first, second, 0xEE));
+    }
+
+    static __m128i ClampToBytes(Floats values) {
+        const __m512i numbers =
+            _mm512_max_epi32(_mm512_cvttps_epi32(values), _mm512_setzero_si512());
+        return _mm512_cvtusepi32_epi8(numbers);
+    }
+
+    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
+        const Floats rows01 = PairsOfTwo(sums[0], sums[1]);
+        const Floats rows23 = PairsOfTwo(sums[2], sums[3]);
+        const Floats rows = _mm512_add_ps(_mm512_shuffle_f32x4(rows01, rows23, 0x88),
+                                          _mm512_shuffle_f32x4(rows01, rows23, 0xDD));
+        low = ClampToBytes(rows);
+        high = ClampToBytes(Add(rows, Broadcast(slack)));
+    }
+
+    static Mask Differing(Bytes left, Bytes right) { return _mm512_cmpneq_epi8_mask(left, right); }
+    static Bytes Select(std::uint32_t mask, Bytes first, Bytes second) {
+        const __m512i bits = _mm512_set1_epi32(static_cast<int>(mask));
+        return _mm512_ternarylogic_epi32(bits, first, second, 0xCA);
+    }
+    static Bytes LoadAll(const std::uint8_t* bytes) { return _mm512_loadu_si512(bytes); }
+    static void StoreAll(std::uint8_t* bytes, Bytes values) { _mm512_storeu_si512(bytes, values); }
+
+    class Arrangement {
+      public:
+        Arrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : shuffle_(_mm512_broadcast_i32x4(Sse2::LoadAll(ShufflePattern(from, to).positions))),
+              opaque_(_mm512_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
+        Bytes operator()(Bytes pixels) const {
+            return _mm512_or_si512(_mm512_shuffle_epi8(pixels, shuffle_), opaque_);
+        }
+
+      private:
+        __m512i shuffle_;
+        __m512i opaque_;
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels

@@ -1,0 +1,123 @@
+// Sixteen-byte vectors of the baseline. Included by one file alone, with everything internal to it.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstdint>
+
+#include "kernels/channel_order.h"
+
+namespace zvk::kernels {
+namespace {
+
+struct Sse2 {
+    using Floats = __m128;
+    using Bytes = __m128i;
+    using Mask = std::uint32_t;
+    static constexpr std::int64_t floatCount = 4;
+    static constexpr std::int64_t byteCount = 16;
+    static constexpr Mask allLanes = 0xFFFF;
+
+    static Floats Broadcast(float value) { return _mm_set1_ps(value); }
+    static Floats Load(const float* values) { return _mm_loadu_ps(values); }
+    static void Store(float* values, Floats floats) { _mm_storeu_ps(values, floats); }
+    static Floats Add(Floats left, Floats right) { return _mm_add_ps(left, right); }
+    static Floats Multiply(Floats left, Floats right) { return _mm_mul_ps(left, right); }
+    static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
+        return _mm_add_ps(_mm_mul_ps(left, right), sum);
+    }
+
+    // The value for the first pixel of a vector, and 0 for the others.
+    static Floats FirstPixel(float value) { return _mm_set1_ps(value); }
+
+    // Four bytes as numbers.
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        int word = 0;
+        __builtin_memcpy(&word, bytes, sizeof word);
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i wide = _mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero);
+        return _mm_cvtepi32_ps(_mm_unpacklo_epi16(wide, zero));
+    }
+
+    // The weights of as many pixels as a vector holds, four times each.
+    static Floats LoadWeights(const float* weights) { return _mm_set1_ps(*weights); }
+
+    // As many pixels of four numbers each as a vector holds, named by their indices.
+    static Floats LoadPixels(const float* pixels, const std::int32_t* indices) {
+        return _mm_loadu_ps(pixels + std::int64_t{*indices} * bytesPerPixelWord);
+    }
+
+    // Truncates and clamps four vectors to bytes, in order.
+    static Bytes ToBytes(const Floats (&values)[4]) {
+        const __m128i low =
+            _mm_packs_epi32(_mm_cvttps_epi32(values[0]), _mm_cvttps_epi32(values[1]));
+        const __m128i high =
+            _mm_packs_epi32(_mm_cvttps_epi32(values[2]), _mm_cvttps_epi32(values[3]));
+        return _mm_packus_epi16(low, high);
+    }
+
+    // Truncates and clamps one pixel of each of four rows, from the sums of each row's vector, and
+    // the same with `slack` added.
+    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
+        const Floats more = Broadcast(slack);
+        low = ToBytes(sums);
+        high = ToBytes(
+            {Add(sums[0], more), Add(sums[1], more), Add(sums[2], more), Add(sums[3], more)});
+    }
+
+    // The channel sums of four pixels.
+    static __m128i SumPixels(__m128i pixels) {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i pairs =
+            _mm_add_epi16(_mm_unpacklo_epi8(pixels, zero), _mm_unpackhi_epi8(pixels, zero));
+        return _mm_unpacklo_epi16(_mm_add_epi16(pairs, _mm_srli_si128(pairs, 8)), zero);
+    }
+
+    static Bytes InOrder(Bytes bytes) { return bytes; }
+    static Mask Differing(Bytes left, Bytes right) {
+        return allLanes & ~static_cast<Mask>(_mm_movemask_epi8(_mm_cmpeq_epi8(left, right)));
+    }
+    // The first where the mask of every pixel has bits, else the second.
+    static Bytes Select(std::uint32_t mask, Bytes first, Bytes second) {
+        const __m128i bits = _mm_set1_epi32(static_cast<int>(mask));
+        return _mm_or_si128(_mm_and_si128(bits, first), _mm_andnot_si128(bits, second));
+    }
+    static Bytes LoadAll(const std::uint8_t* bytes) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+    }
+    static void StoreAll(std::uint8_t* bytes, Bytes values) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), values);
+    }
+
+    // Moves the channels of pixels from one order to another and makes the pixels opaque.
+    class Arrangement {
+      public:
+        Arrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {
+            const std::uint8_t sources[] = {from.red, from.green, from.blue};
+            const std::uint8_t targets[] = {to.red, to.green, to.blue};
+            for (int channel = 0; channel < 3; ++channel) {
+                down_[channel] = _mm_cvtsi32_si128(8 * sources[channel]);
+                up_[channel] = _mm_cvtsi32_si128(8 * targets[channel]);
+            }
+        }
+
+        Bytes operator()(Bytes pixels) const {
+            const __m128i byte = _mm_set1_epi32(255);
+            __m128i result = opaque_;
+            for (int channel = 0; channel < 3; ++channel) {
+                const __m128i value = _mm_and_si128(_mm_srl_epi32(pixels, down_[channel]), byte);
+                result = _mm_or_si128(result, _mm_sll_epi32(value, up_[channel]));
+            }
+            return result;
+        }
+
+      private:
+        __m128i opaque_;
+        __m128i down_[3];
+        __m128i up_[3];
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels

@@ -1,0 +1,58 @@
+// Sixteen-byte vectors with SSE4.1 and SSSE3: bytes widen and move within a vector in one step.
+#pragma once
+
+#include <smmintrin.h>
+
+#include "kernels/simd_sse2.h"
+
+namespace zvk::kernels {
+namespace {
+
+// The byte positions from which a vector's first sixteen bytes take the channels of their pixels;
+// the fourth byte takes none and becomes 0.
+struct ShufflePattern {
+    alignas(16) std::uint8_t positions[16];
+
+    ShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
+        for (int pixel = 0; pixel < 16; pixel += bytesPerPixelWord) {
+            positions[pixel + to.red] = static_cast<std::uint8_t>(pixel + from.red);
+            positions[pixel + to.green] = static_cast<std::uint8_t>(pixel + from.green);
+            positions[pixel + to.blue] = static_cast<std::uint8_t>(pixel + from.blue);
+            positions[pixel + to.alpha] = 0x80;
+        }
+    }
+};
+
+struct Sse41 : Sse2 {
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        int word = 0;
+        __builtin_memcpy(&word, bytes, sizeof word);
+        return _mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)));
+    }
+
+    static __m128i SumPixels(__m128i pixels) {
+        const __m128i byChannel =
+            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        const __m128i pairs =
+            _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel), _mm_set1_epi8(1));
+        return _mm_madd_epi16(pairs, _mm_set1_epi16(1));
+    }
+
+    class Arrangement {
+      public:
+        Arrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : shuffle_(LoadAll(ShufflePattern(from, to).positions)),
+              opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
+        Bytes operator()(Bytes pixels) const {
+            return _mm_or_si128(_mm_shuffle_epi8(pixels, shuffle_), opaque_);
+        }
+
+      private:
+        __m128i shuffle_;
+        __m128i opaque_;
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels

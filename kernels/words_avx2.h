@@ -1,0 +1,77 @@
+// Sixteen numbers of 16 bits in one thirty-two-byte vector.
+#pragma once
+
+#include "kernels/blur_blocks.h"
+#include "kernels/drawing_weights.h"
+#include "kernels/simd_avx2.h"
+
+namespace zvk::kernels {
+namespace {
+
+struct WideWords {
+    using Arrangement = Sse41::Arrangement;
+
+    __m256i words;
+
+    static WideWords Load(const std::uint16_t* words) {
+        return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(words))};
+    }
+    void Store(std::uint16_t* target) const {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), words);
+    }
+    static WideWords FromBytes(__m128i bytes) { return {_mm256_cvtepu8_epi16(bytes)}; }
+    __m128i ToBytes() const {
+        return _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+    }
+
+    WideWords operator+(WideWords other) const { return {_mm256_add_epi16(words, other.words)}; }
+    WideWords operator-(WideWords other) const { return {_mm256_sub_epi16(words, other.words)}; }
+    WideWords Times(std::int32_t factor) const {
+        return {_mm256_mullo_epi16(words, _mm256_set1_epi16(static_cast<std::int16_t>(factor)))};
+    }
+
+    class Scaler {
+      public:
+        explicit Scaler(const ScaledWeight& weight)
+            : multiplier_(_mm256_set1_epi16(static_cast<std::int16_t>(weight.multiplier))),
+              one_(_mm256_set1_epi16(weight.isOne ? -1 : 0)) {}
+
+        WideWords operator()(WideWords values) const {
+            return {_mm256_or_si256(_mm256_mulhi_epu16(values.words, multiplier_),
+                                    _mm256_and_si256(values.words, one_))};
+        }
+
+      private:
+        __m256i multiplier_;
+        __m256i one_;
+    };
+
+    class Divider {
+      public:
+        explicit Divider(const Quotient& quotient)
+            : multiplier_(_mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier))),
+              shift_(_mm_cvtsi32_si128(quotient.shift)) {}
+
+        WideWords operator()(WideWords sums) const {
+            return {_mm256_srl_epi16(_mm256_mulhi_epu16(sums.words, multiplier_), shift_)};
+        }
+
+      private:
+        __m256i multiplier_;
+        __m128i shift_;
+    };
+};
+
+// The products of a pixel's four bytes with a weight, each truncated.
+struct DoubleQuads {
+    static __m128i Products(const std::uint8_t* bytes, double weight) {
+        int word = 0;
+        __builtin_memcpy(&word, bytes, sizeof word);
+        const __m128i values = _mm_cvtepu8_epi32(_mm_cvtsi32_si128(word));
+        return _mm256_cvttpd_epi32(
+            _mm256_mul_pd(_mm256_cvtepi32_pd(values), _mm256_set1_pd(weight)));
+    }
+};
+
+}  // namespace
+}  // namespace zvk::kernels

@@ -1,0 +1,81 @@
+// Sixteen numbers of 16 bits in two sixteen-byte vectors.
+#pragma once
+
+#include "kernels/blur_blocks.h"
+#include "kernels/drawing_weights.h"
+#include "kernels/simd_sse2.h"
+
+namespace zvk::kernels {
+namespace {
+
+template <typename Simd>
+struct WordPair {
+    using Arrangement = typename Simd::Arrangement;
+
+    __m128i low;
+    __m128i high;
+
+    static WordPair Load(const std::uint16_t* words) {
+        const auto* vectors = reinterpret_cast<const __m128i*>(words);
+        return {_mm_loadu_si128(vectors), _mm_loadu_si128(vectors + 1)};
+    }
+    void Store(std::uint16_t* words) const {
+        auto* vectors = reinterpret_cast<__m128i*>(words);
+        _mm_storeu_si128(vectors, low);
+        _mm_storeu_si128(vectors + 1, high);
+    }
+    static WordPair FromBytes(__m128i bytes) {
+        const __m128i zero = _mm_setzero_si128();
+        return {_mm_unpacklo_epi8(bytes, zero), _mm_unpackhi_epi8(bytes, zero)};
+    }
+    __m128i ToBytes() const { return _mm_packus_epi16(low, high); }
+
+    WordPair operator+(WordPair other) const {
+        return {_mm_add_epi16(low, other.low), _mm_add_epi16(high, other.high)};
+    }
+    WordPair operator-(WordPair other) const {
+        return {_mm_sub_epi16(low, other.low), _mm_sub_epi16(high, other.high)};
+    }
+    WordPair Times(std::int32_t factor) const {
+        const __m128i factors = _mm_set1_epi16(static_cast<std::int16_t>(factor));
+        return {_mm_mullo_epi16(low, factors), _mm_mullo_epi16(high, factors)};
+    }
+
+    class Scaler {
+      public:
+        explicit Scaler(const ScaledWeight& weight)
+            : multiplier_(_mm_set1_epi16(static_cast<std::int16_t>(weight.multiplier))),
+              one_(_mm_set1_epi16(weight.isOne ? -1 : 0)) {}
+
+        WordPair operator()(WordPair values) const {
+            return {Scale(values.low), Scale(values.high)};
+        }
+
+      private:
+        __m128i Scale(__m128i values) const {
+            return _mm_or_si128(_mm_mulhi_epu16(values, multiplier_), _mm_and_si128(values, one_));
+        }
+
+        __m128i multiplier_;
+        __m128i one_;
+    };
+
+    class Divider {
+      public:
+        explicit Divider(const Quotient& quotient)
+            : multiplier_(_mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier))),
+              shift_(_mm_cvtsi32_si128(quotient.shift)) {}
+
+        WordPair operator()(WordPair sums) const {
+            return {_mm_srl_epi16(_mm_mulhi_epu16(sums.low, multiplier_), shift_),
+                    _mm_srl_epi16(_mm_mulhi_epu16(sums.high, multiplier_), shift_)};
+        }
+
+      private:
+        __m128i multiplier_;
+        __m128i shift_;
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels

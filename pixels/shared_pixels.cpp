@@ -1,0 +1,54 @@
+// The search for memory that two pictures share.
+#include <algorithm>
+#include <cstdint>
+
+#include "pixels/picture_editor.h"
+
+namespace zvk {
+
+namespace {
+
+// Addresses `begin` to before `end`.
+struct Extent {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+
+    bool Meets(const Extent& other) const { return begin < other.end && other.begin < end; }
+};
+
+Extent RowExtent(const PictureEditor& editor, std::int64_t y) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(editor.RowAddress(y));
+    return {begin, begin + static_cast<std::uintptr_t>(editor.width * bytesPerPixelWord)};
+}
+
+// From the lowest to the highest address of any row.
+Extent WholeExtent(const PictureEditor& editor) {
+    Extent whole = RowExtent(editor, 0);
+    for (std::int64_t y = 1; y < editor.height; ++y) {
+        const Extent row = RowExtent(editor, y);
+        whole = {std::min(whole.begin, row.begin), std::max(whole.end, row.end)};
+    }
+    return whole;
+}
+
+bool AnyRowMeets(const PictureEditor& editor, const Extent& extent) {
+    for (std::int64_t y = 0; y < editor.height; ++y) {
+        if (RowExtent(editor, y).Meets(extent)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+// Most pictures lie apart as wholes; only rows within the other's extent are compared one by one.
+bool SharesPixels(const PictureEditor& first, const PictureEditor& second) {
+    const Extent firstWhole = WholeExtent(first);
+    if (!firstWhole.Meets(WholeExtent(second))) return false;
+    for (std::int64_t y = 0; y < second.height; ++y) {
+        const Extent row = RowExtent(second, y);
+        if (row.Meets(firstWhole) && AnyRowMeets(first, row)) return true;
+    }
+    return false;
+}
+
+}  // namespace zvk

@@ -1,0 +1,151 @@
+// Contribution tables: for every destination coordinate of one axis, the source coordinates that
+// feed it and their weights. Built once per axis and call, then read for every pixel of a pass.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <type_traits>
+
+#include "bridge/buffer.h"
+#include "kernels/arithmetic.h"
+#include "kernels/contribution.h"
+#include "scaling/resample_filters.h"
+
+namespace zvk {
+
+enum class Axis : std::uint8_t { Horizontal, Vertical };
+
+// Owns an array of contribution lists and their entries.
+class ContributionTable {
+  public:
+    ContributionTable() = default;
+    ContributionTable(const ContributionTable&) = delete;
+    ContributionTable& operator=(const ContributionTable&) = delete;
+    ~ContributionTable();
+
+    // Replaces the array by one of `length` empty lists; false when out of memory.
+    bool Allocate(std::int64_t length);
+
+    // Frees the entries of every list and leaves the lists empty.
+    void Clear();
+
+    // The first `length` lists; `length` is at most what was allocated.
+    std::span<ContributionList> Lists(std::int64_t length) {
+        return {lists_.get(), static_cast<std::size_t>(length)};
+    }
+
+  private:
+    Buffer<ContributionList> lists_;
+    std::int64_t length_ = 0;
+};
+
+// How far source coordinates lie apart along an axis, and which of them a destination coordinate
+// looks at.
+struct AxisMapping {
+    std::int64_t sourceLength;
+    double scale;
+
+    AxisMapping(std::int64_t source, std::int64_t destination)
+        : sourceLength(source),
+          scale(static_cast<double>(destination) / static_cast<double>(source)) {}
+
+    bool IsReducing() const { return 1.0 > scale; }
+
+    // The source position of a destination coordinate's centre.
+    double Centre(std::int64_t coordinate) const {
+        return (static_cast<double>(coordinate) + 0.5) / scale;
+    }
+
+    // Distance of source pixel `pixel` from a position, in source pixels.
+    static double Offset(double centre, std::int64_t pixel) {
+        return (centre - static_cast<double>(pixel)) + -0.5;
+    }
+};
+
+// The source coordinates `first` to `last` inclusive; none where `first` is greater.
+struct Window {
+    std::int64_t first;
+    std::int64_t last;
+
+    // The window between two positions, each truncated toward zero and clipped to the source. The
+    // picture is neither reflected nor repeated at its edges: lists there are shorter.
+    static Window Between(double left, double right, std::int64_t sourceLength) {
+        return {.first = std::max<std::int64_t>(TruncateToInt64(left), 0),
+                .last = std::min(TruncateToInt64(right), sourceLength - 1)};
+    }
+};
+
+// How many entries a list may hold. They always suffice: a kernel with a strict bound has at most
+// 2 trunc(w) + 2 nonzero taps in a window of half-width w, and the box at most trunc(2 w) + 1.
+// Deliberate: the axes round differently, and so do the box's lists when enlarging.
+template <typename Filter, Axis axis>
+std::int64_t ReducingCapacity(double halfWidth) {
+    if constexpr (axis == Axis::Horizontal) return 2 * TruncateToInt64(halfWidth) + 2;
+    return TruncateToInt64(2.0 * halfWidth + 2.0);
+}
+
+template <typename Filter, Axis axis>
+constexpr std::int64_t EnlargingCapacity() {
+    if constexpr (std::is_same_v<Filter, BoxFilter>) return axis == Axis::Horizontal ? 2 : 3;
+    return static_cast<std::int64_t>(2.0 * Filter::radius + 2.0);
+}
+
+// Fills `list` with the nonzero weights of the window around `centre`, whose offsets are multiplied
+// by `stretch`. The list stays empty if there is no memory for its entries: the coordinate then
+// comes out black.
+template <typename Filter>
+void FillList(ContributionList& list, std::int64_t capacity, const Window& window, double centre,
+              double stretch) {
+    list = {};
+    Buffer<Contribution> entries = AllocateZeroed<Contribution>(capacity);
+    if (entries == nullptr) return;
+    double sum = 0.0;
+    for (std::int64_t pixel = window.first; pixel <= window.last; ++pixel) {
+        const double weight =
+            Filter::Weight(std::fabs(AxisMapping::Offset(centre, pixel) * stretch));
+        if (weight == 0.0) continue;
+        entries[list.count++] = {.weight = static_cast<float>(weight),
+                                 .pixel = static_cast<std::int32_t>(pixel)};
+        sum += weight;
+    }
+    list.weightSum = static_cast<float>(sum);
+    list.entries = entries.release();
+}
+
+// Fills one list per destination coordinate; `lists` are empty and their number is the destination
+// length. A source without pixels leaves them empty. Both lengths are below 2^31.
+template <typename Filter, Axis axis>
+void ComputeContributions(std::int64_t sourceLength, std::span<ContributionList> lists) {
+    if (sourceLength < 1) return;
+    const AxisMapping mapping(sourceLength, static_cast<std::int64_t>(lists.size()));
+    std::int64_t coordinate = 0;
+    if (mapping.IsReducing()) {
+        const double halfWidth = Filter::radius / mapping.scale;
+        const std::int64_t capacity = ReducingCapacity<Filter, axis>(halfWidth);
+        for (ContributionList& list : lists) {
+            const double centre = mapping.Centre(coordinate++);
+            const auto window =
+                Window::Between(centre - halfWidth, centre + halfWidth, sourceLength);
+            // The kernel is widened by compressing its argument; the factor that this leaves out
+            // cancels in the division by the sum of the weights.
+            FillList<Filter>(list, capacity, window, centre, mapping.scale);
+        }
+        return;
+    }
+    for (ContributionList& list : lists) {
+        const double centre = mapping.Centre(coordinate++);
+        double left = centre + -Filter::radius;
+        double right = centre + Filter::radius;
+        // Deliberate: only the horizontal axis widens its window to whole pixels.
+        if constexpr (axis == Axis::Horizontal) {
+            left = std::floor(left);
+            right = std::ceil(right);
+        }
+        FillList<Filter>(list, EnlargingCapacity<Filter, axis>(),
+                         Window::Between(left, right, sourceLength), centre, 1.0);
+    }
+}
+
+}  // namespace zvk

@@ -1,0 +1,98 @@
+// The resampler's passes, row by row.
+#include "scaling/resample_passes.h"
+
+#include <algorithm>
+
+#include "kernels/kernel_table.h"
+#include "kernels/resampling.h"
+
+namespace zvk {
+
+namespace {
+
+// About as many pixels as leave the numbers of all rows in the first-level cache.
+constexpr std::int64_t scratchTarget = 512;
+
+}  // namespace
+
+RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> lists)
+    : reader_(reader),
+      lists_(lists),
+      order_(ChannelOrderOf(reader.pixelFormat)),
+      useKernels_(order_ && PrepareKernels()) {
+}
+
+bool RowPass::PrepareKernels() {
+    if (!bounded_.Build(lists_)) return false;
+    scratchPixels_ = std::max(scratchTarget, bounded_.longest()) + kernels::scratchSlack;
+    scratch_ = AllocateZeroed<float>(scratchPixels_ * bytesPerPixelWord * kernels::rowsAtOnce);
+    return scratch_ != nullptr;
+}
+
+void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
+    if (useKernels_) {
+        RunKernels(first, last, rows);
+    } else if (order_) {
+        for (std::int64_t y = first; y < last; ++y) {
+            kernels::ResampleRow(reader_.RowAddress(y), *order_, lists_, rows.Row(y));
+        }
+    }
+}
+
+void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
+    kernels::RowResampling job{.sources = {},
+                               .order = *order_,
+                               .lists = bounded_.lists(),
+                               .listCount = static_cast<std::int64_t>(lists_.size()),
+                               .scratch = scratch_.get(),
+                               .scratchPixels = scratchPixels_,
+                               .destinations = {}};
+    for (std::int64_t y = first; y < last; y += kernels::rowsAtOnce) {
+        for (int row = 0; row < kernels::rowsAtOnce; ++row) {
+            // Where rows run out the last one is done more than once.
+            const std::int64_t index = std::min(y + row, last - 1);
+            job.sources[row] = reader_.RowAddress(index);
+            job.destinations[row] = rows.Row(index);
+        }
+        kernels::SelectedKernels().resampleRows(job);
+    }
+}
+
+ColumnPass::ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists)
+    : lists_(lists),
+      // What was read as black is black in any order.
+      rowOrder_(ChannelOrderOf(reader.pixelFormat).value_or(layouts::console)),
+      useKernels_(bounded_.Build(lists)) {
+}
+
+std::int64_t ColumnPass::RowsAtHand(std::int64_t rowCount) const {
+    if (!useKernels_) return rowCount;
+    return std::clamp<std::int64_t>(bounded_.longestSpan() + kernels::rowsAtOnce - 1, 1, rowCount);
+}
+
+RowRange ColumnPass::RowsFor(std::int64_t y) const {
+    const ContributionList& list = lists_[static_cast<std::size_t>(y)];
+    const std::int64_t last =
+        list.count == 0 ? 0 : std::int64_t{list.entries[list.count - 1].pixel} + 1;
+    return {.first = useKernels_ ? bounded_.FirstNeededFrom(y) : 0, .last = last};
+}
+
+void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
+                          const PictureWriter& writer) const {
+    const auto order = ChannelOrderOf(writer.pixelFormat);
+    const std::int64_t writableWidth = writer.WritableWidth(width);
+    if (!order || writableWidth < 1) return;
+    if (useKernels_) {
+        kernels::SelectedKernels().blendRows({.rows = rows,
+                                              .rowOrder = rowOrder_,
+                                              .list = bounded_.lists() + y,
+                                              .order = *order,
+                                              .width = writableWidth,
+                                              .destination = writer.RowAddress(y)});
+    } else {
+        kernels::ResampleColumns(rows, rowOrder_, lists_[static_cast<std::size_t>(y)], *order,
+                                 writableWidth, writer.RowAddress(y));
+    }
+}
+
+}  // namespace zvk

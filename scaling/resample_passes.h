@@ -1,0 +1,70 @@
+// The two passes of the resampler over attached editors: the kernels' rows, led by the editors'
+// layouts and row rule.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "bridge/buffer.h"
+#include "kernels/pixel_rows.h"
+#include "pixels/picture_editor.h"
+#include "scaling/bounded_table.h"
+
+namespace zvk {
+
+// The pass along the rows. Where memory for the vector kernels is short, the definition serves.
+class RowPass {
+  public:
+    // `lists` must outlive the pass.
+    RowPass(const PictureReader& reader, std::span<const ContributionList> lists);
+
+    // Resamples the reader's rows from `first` to before `last` into their places in `rows`. A
+    // picture in no known format leaves them as they are, and zeros read as black.
+    void Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
+
+  private:
+    bool PrepareKernels();
+    void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
+
+    const PictureReader& reader_;
+    std::span<const ContributionList> lists_;
+    std::optional<ChannelOrder> order_;
+    BoundedTable bounded_;
+    Buffer<float> scratch_;
+    std::int64_t scratchPixels_ = 0;
+    bool useKernels_;
+};
+
+// Rows `first` to before `last`.
+struct RowRange {
+    std::int64_t first;
+    std::int64_t last;
+};
+
+// The pass down the columns, one row of the result at a time.
+class ColumnPass {
+  public:
+    // `lists` must outlive the pass. Rows are pixels in the reader's order.
+    ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists);
+
+    // How many of `rowCount` rows must be kept at once to write all rows in order, if rows are
+    // made in blocks.
+    std::int64_t RowsAtHand(std::int64_t rowCount) const;
+
+    // The rows that are needed to write row `y` and those after it, as far as row `y` itself goes.
+    RowRange RowsFor(std::int64_t y) const;
+
+    // Blends the rows that list `y` names into row `y` of the writer's picture, at most `width`
+    // pixels. A picture in no known format receives no pixels.
+    void WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
+                  const PictureWriter& writer) const;
+
+  private:
+    std::span<const ContributionList> lists_;
+    ChannelOrder rowOrder_;
+    BoundedTable bounded_;
+    bool useKernels_;
+};
+
+}  // namespace zvk

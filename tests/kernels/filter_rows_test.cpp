@@ -1,0 +1,267 @@
+// The vector kernels of the blur and of fractional drawing against their definitions.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "kernels/box_blur.h"
+#include "tests/kernels/guarded_bytes.h"
+#include "tests/kernels/levels.h"
+
+namespace zvk::kernels {
+namespace {
+
+using testing::EveryLevel;
+using testing::Guard;
+using testing::GuardedBytes;
+
+TEST(Quotients, AreExactForEverySumOfEveryBoxThatHasOne) {
+    int count = 0;
+    for (std::int32_t boxLength = 3; boxLength <= 259; boxLength += 2) {
+        if (!Quotient::Exists(boxLength)) continue;
+        ++count;
+        const Quotient quotient = Quotient::By(boxLength);
+        for (std::uint32_t sum = 0; sum <= 255U * static_cast<std::uint32_t>(boxLength); ++sum) {
+            ASSERT_EQ(sum * quotient.multiplier >> 16 >> quotient.shift,
+                      sum / static_cast<std::uint32_t>(boxLength))
+                << sum << " by " << boxLength;
+        }
+    }
+    EXPECT_GT(count, 64) << "all boxes up to 127 pixels have one";
+    EXPECT_FALSE(Quotient::Exists(259));
+}
+
+// Whether any multiplier at all truncates as the weight does.
+bool HasMultiplier(double weight) {
+    for (int multiplier = 0; multiplier <= 0xFFFF; ++multiplier) {
+        int value = 0;
+        while (value < 256 && value * multiplier >> 16 == static_cast<int>(value * weight)) {
+            ++value;
+        }
+        if (value == 256) return true;
+    }
+    return false;
+}
+
+TEST(ScaledWeights, TruncateEveryProductAsTheWeightDoes) {
+    std::mt19937_64 random(11);
+    std::vector<double> weights = {0.0,       1.0,         0.5,           0.25,
+                                   1.0 / 255, 254.0 / 255, 1.0 - 0x1p-53, 0x1p-60};
+    for (int fraction = 1; fraction < 255; ++fraction) {
+        weights.push_back(fraction / 255.0);
+        weights.push_back(std::nextafter(fraction / 254.0, 0.0));
+        if (fraction < 254) weights.push_back(std::nextafter(fraction / 254.0, 2.0));
+    }
+    for (int i = 0; i < 2000; ++i) {
+        weights.push_back(std::generate_canonical<double, 53>(random));
+    }
+    int scaledCount = 0;
+    for (const double weight : weights) {
+        const auto scaled = ScaleWeight(weight);
+        if (!scaled) {
+            EXPECT_FALSE(HasMultiplier(weight)) << weight;
+            continue;
+        }
+        ++scaledCount;
+        for (int value = 0; value < 256; ++value) {
+            const int product = scaled->isOne ? value : value * scaled->multiplier >> 16;
+            ASSERT_EQ(product, static_cast<int>(value * weight)) << weight;
+        }
+    }
+    EXPECT_GT(scaledCount, 2500) << "only where products round to whole numbers there is none";
+}
+
+TEST(ScaledWeights, DoNotExistOutsideZeroToOne) {
+    for (const double weight : {-0.1, 1.0000001, std::nan(""), HUGE_VAL}) {
+        EXPECT_FALSE(ScaleWeight(weight).has_value()) << weight;
+    }
+}
+
+class FilterRowKernels : public EveryLevel {
+  protected:
+    void CheckBlur(std::int64_t width, std::int32_t radius, std::int32_t rowCount);
+    void CheckDrawing(std::int64_t width, const SampleWeights& weights, bool isMasked);
+
+    std::mt19937 random{17};
+};
+
+// Sums under a box down the columns, as the vector kernels hold them and as the definition does.
+struct Sums {
+    std::vector<std::uint16_t> interleaved;
+    std::vector<std::int32_t> red;
+    std::vector<std::int32_t> green;
+    std::vector<std::int32_t> blue;
+
+    explicit Sums(std::int64_t width)
+        : interleaved(static_cast<std::size_t>((width + 3) / 4 * 16)),
+          red(static_cast<std::size_t>(width)),
+          green(red.size()),
+          blue(red.size()) {}
+
+    ColumnSums planes() { return {red.data(), green.data(), blue.data()}; }
+};
+
+void FilterRowKernels::CheckBlur(std::int64_t width, std::int32_t radius, std::int32_t rowCount) {
+    const std::int32_t boxLength = 2 * radius + 1;
+    const ChannelOrder from = testing::orders[random() % 3];
+    const ChannelOrder to = testing::orders[random() % 3];
+    Sums sums(width);
+    GuardedBytes start(4 * width);
+    start.FillRandomly(random);
+    kernels().addToColumnSums(
+        {.row = start.data(), .times = boxLength, .width = width, .sums = sums.interleaved.data()});
+    AddToColumns(start.data(), from, boxLength, width, sums.planes());
+
+    std::vector<std::uint8_t> block(static_cast<std::size_t>((width + 3) / 4 * 4) *
+                                    blockColumnBytes);
+    ColumnBlurring columns{.leaving = {},
+                           .entering = {},
+                           .sums = sums.interleaved.data(),
+                           .width = width,
+                           .quotient = Quotient::By(boxLength),
+                           .sourceOrder = from,
+                           .order = to,
+                           .block = block.data()};
+    RowBlurring rows{.block = block.data(),
+                     .sourceWidth = width,
+                     .radius = radius,
+                     .quotient = Quotient::By(boxLength),
+                     .sourceOrder = from,
+                     .order = to,
+                     .width = width,
+                     .rowCount = rowCount,
+                     .destinations = {}};
+    std::vector<std::unique_ptr<GuardedBytes>> entering;
+    std::vector<std::unique_ptr<GuardedBytes>> found;
+    for (int row = 0; row < blurRowsAtOnce; ++row) {
+        entering.push_back(std::make_unique<GuardedBytes>(4 * width));
+        entering.back()->FillRandomly(random);
+        found.push_back(std::make_unique<GuardedBytes>(4 * width));
+        columns.leaving[row] = start.data();
+        columns.entering[row] = entering.back()->data();
+        rows.destinations[row] = found.back()->data();
+    }
+    kernels().blurColumns(columns);
+    kernels().blurRows(rows);
+
+    const auto size = static_cast<std::size_t>(4 * width);
+    for (int row = 0; row < rowCount; ++row) {
+        std::vector<std::uint8_t> means(size);
+        std::vector<std::uint8_t> expected(size);
+        WriteColumnMeans(sums.planes(), boxLength, to, width, means.data());
+        SlideColumns(start.data(), entering[static_cast<std::size_t>(row)]->data(), from, width,
+                     sums.planes());
+        BlurRow(means.data(), from, width, radius, to, width, expected.data());
+        const std::uint8_t* bytes = found[static_cast<std::size_t>(row)]->data();
+        ASSERT_EQ(std::vector<std::uint8_t>(bytes, bytes + size), expected)
+            << "width " << width << " radius " << radius << " row " << row;
+    }
+}
+
+TEST_P(FilterRowKernels, BlurEveryWidthAndManyRadiiAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const std::int32_t radius : {1, 2, 7, 35, 63, 100}) {
+            CheckBlur(width, radius, 1 + static_cast<std::int32_t>(random() % blurRowsAtOnce));
+        }
+    }
+    for (std::int32_t radius = 1; radius <= 128; ++radius) {
+        if (Quotient::Exists(2 * radius + 1)) CheckBlur(33, radius, blurRowsAtOnce);
+    }
+}
+
+void FilterRowKernels::CheckDrawing(std::int64_t width, const SampleWeights& weights,
+                                    bool isMasked) {
+    const std::int64_t sourceWidth = width + 1;
+    GuardedBytes above(4 * sourceWidth);
+    GuardedBytes below(4 * sourceWidth, Guard::Before);
+    GuardedBytes maskAbove(4 * sourceWidth);
+    GuardedBytes maskBelow(4 * sourceWidth);
+    GuardedBytes original(4 * width);
+    for (GuardedBytes* bytes : {&above, &below, &maskAbove, &maskBelow, &original}) {
+        bytes->FillRandomly(random);
+    }
+    for (const unsigned rows : {1U, 2U, 3U}) {
+        const auto rowOf = [&](GuardedBytes& pixels, GuardedBytes& mask, bool isThere) {
+            return PixelRow{.pixels = isThere ? pixels.data() : nullptr,
+                            .mask = isThere && isMasked ? mask.data() : nullptr};
+        };
+        RowDrawing job{.source = {.above = rowOf(above, maskAbove, rows & 1U),
+                                  .below = rowOf(below, maskBelow, rows & 2U),
+                                  .order = testing::orders[random() % 3],
+                                  .width = sourceWidth,
+                                  .maskByte = static_cast<std::uint8_t>(random() % 4),
+                                  .maskWidth = sourceWidth},
+                       .offset = -1,
+                       .weights = weights,
+                       .order = testing::orders[random() % 3],
+                       .begin = 0,
+                       .end = width,
+                       .destination = nullptr};
+        std::vector<std::uint8_t> expected(original.data(), original.data() + original.size());
+        job.destination = expected.data();
+        DrawRow(job);
+
+        GuardedBytes found(4 * width);
+        job.destination = found.data();
+        const auto check = [&](const char* kernel) {
+            ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()),
+                      expected)
+                << kernel << " width " << width << " rows " << rows;
+        };
+        std::copy(original.data(), original.data() + original.size(), found.data());
+        auto tables = std::make_unique<WeightTables>();
+        tables->Fill(weights, isMasked);
+        kernels().drawWeightedRow(job, *tables);
+        check("weighted");
+        const auto plain = PlainWeightsFor(weights, rows & 1U, rows & 2U);
+        if (isMasked || !plain) continue;
+        std::copy(original.data(), original.data() + original.size(), found.data());
+        kernels().drawPlainRow(job, *plain);
+        check("plain");
+    }
+}
+
+SampleWeights WeightsOf(double fx, double fy, double alpha) {
+    return {.topLeft = (fx * fy) * alpha,
+            .topRight = ((1.0 - fx) * fy) * alpha,
+            .bottomRight = ((1.0 - fx) * (1.0 - fy)) * alpha,
+            .bottomLeft = ((1.0 - fy) * fx) * alpha};
+}
+
+TEST_P(FilterRowKernels, DrawEveryWidthAndAnyWeightsAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const bool isMasked : {false, true}) {
+            const auto fx = std::generate_canonical<double, 53>(random);
+            const auto fy = std::generate_canonical<double, 53>(random);
+            for (const double alpha : {1.0, 0.0, 0.5, fx, 1.7, -0.4, 1e12, std::nan("")}) {
+                CheckDrawing(width, WeightsOf(fx, fy, alpha), isMasked);
+            }
+            CheckDrawing(width, WeightsOf(0.0, 0.0, 1.0), isMasked);
+            CheckDrawing(width, WeightsOf(0.5, 0.0, 1.0), isMasked);
+        }
+    }
+}
+
+TEST_P(FilterRowKernels, MakeEveryWidthOpaqueAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const ChannelOrder& order : testing::orders) {
+            GuardedBytes row(4 * width, width % 2 ? Guard::Behind : Guard::Before);
+            row.FillRandomly(random);
+            std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
+            for (std::size_t x = 0; x < expected.size(); x += 4) {
+                expected[x + order.alpha] = order.opaque;
+            }
+            kernels().makeRowOpaque(row.data(), order, width);
+            ASSERT_EQ(std::vector<std::uint8_t>(row.data(), row.data() + row.size()), expected);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, FilterRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),
+                         testing::LevelName);
+
+}  // namespace
+}  // namespace zvk::kernels

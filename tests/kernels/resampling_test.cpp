@@ -1,0 +1,252 @@
+// The resampler's vector kernels against the definition: every level, every filter, ratios that
+// make exact ties, widths around every vector, rows between inaccessible pages.
+#include "kernels/resampling.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+
+#include "scaling/bounded_table.h"
+#include "scaling/contributions.h"
+#include "tests/kernels/guarded_bytes.h"
+#include "tests/kernels/levels.h"
+
+namespace zvk::kernels {
+namespace {
+
+using testing::EveryLevel;
+using testing::Guard;
+using testing::GuardedBytes;
+
+struct Lengths {
+    std::int64_t source;
+    std::int64_t destination;
+};
+
+constexpr std::array fixedLengths = {
+    Lengths{64, 64}, Lengths{60, 20}, Lengths{20, 60},  Lengths{64, 16},  Lengths{16, 64},
+    Lengths{63, 42}, Lengths{35, 25}, Lengths{300, 2},  Lengths{2, 300},  Lengths{97, 31},
+    Lengths{31, 97}, Lengths{1, 70},  Lengths{1500, 7}, Lengths{128, 64}, Lengths{640, 1920},
+};
+
+// Calls `check` with the lists of each filter for the given lengths.
+template <Axis axis, typename Check>
+void ForEveryFilter(const Lengths& lengths, Check check) {
+    const auto withFilter = [&]<typename Filter>(Filter, const char* name) {
+        SCOPED_TRACE(name);
+        ContributionTable table;
+        ASSERT_TRUE(table.Allocate(lengths.destination));
+        const auto lists = table.Lists(lengths.destination);
+        ComputeContributions<Filter, axis>(lengths.source, lists);
+        BoundedTable bounded;
+        ASSERT_TRUE(bounded.Build(lists));
+        check(lists, bounded);
+    };
+    withFilter(TriangleFilter{}, "triangle");
+    withFilter(BoxFilter{}, "box");
+    withFilter(Lanczos3Filter{}, "Lanczos3");
+    withFilter(Lanczos8Filter{}, "Lanczos8");
+    withFilter(MitchellFilter{}, "Mitchell");
+    withFilter(BicubicFilter{}, "bicubic");
+    withFilter(Cubic6Filter{}, "Cubic6");
+}
+
+enum class Picture : std::uint8_t { Noise, Extremes, Flat, Half };
+
+constexpr std::array pictures = {Picture::Noise, Picture::Extremes, Picture::Flat, Picture::Half};
+
+void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
+    switch (picture) {
+        case Picture::Noise:
+            return bytes.FillRandomly(random);
+        case Picture::Extremes:
+            return bytes.FillWithExtremes(random);
+        case Picture::Flat:
+            return bytes.FillWith(255);
+        case Picture::Half:
+            // Neighbouring values, between which means lie halfway.
+            for (std::size_t index = 0; index < bytes.size(); ++index) {
+                bytes.data()[index] = static_cast<std::uint8_t>(127 + random() % 2);
+            }
+    }
+}
+
+class ResamplingKernels : public EveryLevel {
+  protected:
+    void CheckRows(const Lengths& lengths, const ChannelOrder& order, Picture picture, Guard guard);
+    void CheckColumns(const Lengths& lengths, std::int64_t width, Picture picture);
+
+    std::mt19937 random{20240229};
+};
+
+void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& order,
+                                  Picture picture, Guard guard) {
+    std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> sources;
+    std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> found;
+    for (int row = 0; row < rowsAtOnce; ++row) {
+        sources[row] = std::make_unique<GuardedBytes>(4 * lengths.source, guard);
+        found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
+        Fill(*sources[row], picture, random);
+    }
+    ForEveryFilter<Axis::Horizontal>(lengths, [&](auto lists, const BoundedTable& bounded) {
+        const std::int64_t scratchPixels = bounded.longest() + scratchSlack + 5;
+        std::vector<float> scratch(static_cast<std::size_t>(scratchPixels) * 4 * rowsAtOnce);
+        RowResampling job{.sources = {},
+                          .order = order,
+                          .lists = bounded.lists(),
+                          .listCount = lengths.destination,
+                          .scratch = scratch.data(),
+                          .scratchPixels = scratchPixels,
+                          .destinations = {}};
+        for (int row = 0; row < rowsAtOnce; ++row) {
+            job.sources[row] = sources[row]->data();
+            job.destinations[row] = found[row]->data();
+        }
+        kernels().resampleRows(job);
+        std::vector<std::uint8_t> expected(static_cast<std::size_t>(4 * lengths.destination));
+        for (int row = 0; row < rowsAtOnce; ++row) {
+            ResampleRow(sources[row]->data(), order, lists, expected.data());
+            for (std::size_t byte = 0; byte < expected.size(); ++byte) {
+                if (byte % 4 == order.alpha) continue;
+                ASSERT_EQ(found[row]->data()[byte], expected[byte])
+                    << lengths.source << " to " << lengths.destination << " byte " << byte;
+            }
+        }
+    });
+}
+
+void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width, Picture picture) {
+    const std::int64_t stride = 4 * width;
+    GuardedBytes rows(stride * lengths.source + rowPadding);
+    Fill(rows, picture, random);
+    const PixelRows places{.places = rows.data(),
+                           .stride = stride,
+                           .capacity = static_cast<std::int32_t>(lengths.source)};
+    ForEveryFilter<Axis::Vertical>(lengths, [&](auto lists, const BoundedTable& bounded) {
+        for (const ChannelOrder& from : testing::orders) {
+            const ChannelOrder& to = testing::orders[random() % testing::orders.size()];
+            const std::size_t y = random() % lists.size();
+            GuardedBytes found(stride, random() % 2 ? Guard::Before : Guard::Behind);
+            std::vector<std::uint8_t> expected(static_cast<std::size_t>(stride));
+            kernels().blendRows({.rows = places,
+                                 .rowOrder = from,
+                                 .list = bounded.lists() + y,
+                                 .order = to,
+                                 .width = width,
+                                 .destination = found.data()});
+            ResampleColumns(places, from, lists[y], to, width, expected.data());
+            for (std::size_t byte = 0; byte < expected.size(); ++byte) {
+                ASSERT_EQ(found.data()[byte], expected[byte])
+                    << lengths.source << " to " << lengths.destination << " width " << width
+                    << " row " << y << " byte " << byte;
+            }
+        }
+    });
+}
+
+TEST_P(ResamplingKernels, GiveTheDefinitionsBytesAlongRowsOfFixedRatios) {
+    for (const Lengths& lengths : fixedLengths) {
+        for (const Picture picture : pictures) {
+            CheckRows(lengths, testing::orders[random() % 3], picture, Guard::Behind);
+        }
+    }
+}
+
+TEST_P(ResamplingKernels, GiveTheDefinitionsBytesAlongRowsOfEveryWidthAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const ChannelOrder& order : testing::orders) {
+            const auto other = static_cast<std::int64_t>(1 + random() % 70);
+            CheckRows({width, other}, order, Picture::Noise, Guard::Behind);
+            CheckRows({width, other}, order, Picture::Noise, Guard::Before);
+        }
+    }
+}
+
+TEST_P(ResamplingKernels, GiveTheDefinitionsBytesDownColumnsOfFixedRatios) {
+    for (const Lengths& lengths : fixedLengths) {
+        for (const Picture picture : pictures)
+            CheckColumns(lengths, 37, picture);
+    }
+}
+
+TEST_P(ResamplingKernels, GiveTheDefinitionsBytesDownColumnsOfEveryWidthAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        CheckColumns({23, 17}, width, Picture::Noise);
+        CheckColumns({17, 51}, width, Picture::Extremes);
+    }
+}
+
+TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
+    GuardedBytes ring(4 * 20 * 8 + rowPadding);
+    ring.FillRandomly(random);
+    const PixelRows places{.places = ring.data(), .stride = 4 * 20, .capacity = 8};
+    ForEveryFilter<Axis::Vertical>({300, 290}, [&](auto lists, const BoundedTable& bounded) {
+        for (std::size_t y = 140; y < 150; ++y) {
+            if (bounded.lists()[y].count > places.capacity) continue;
+            std::vector<std::uint8_t> found(4 * 20);
+            std::vector<std::uint8_t> expected(4 * 20);
+            kernels().blendRows({.rows = places,
+                                 .rowOrder = layouts::console,
+                                 .list = bounded.lists() + y,
+                                 .order = layouts::colourFirst,
+                                 .width = 20,
+                                 .destination = found.data()});
+            ResampleColumns(places, layouts::console, lists[y], layouts::colourFirst, 20,
+                            expected.data());
+            ASSERT_EQ(found, expected);
+        }
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
+                         testing::LevelName);
+
+// A list of one's own making, to see which bounds it gets.
+BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
+    const std::array lists = {ContributionList{.entries = entries.data(),
+                                               .count = static_cast<std::int32_t>(entries.size()),
+                                               .weightSum = weightSum}};
+    BoundedTable bounded;
+    EXPECT_TRUE(bounded.Build(lists));
+    return bounded.lists()[0];
+}
+
+TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
+    const BoundedList list = BoundsOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
+    EXPECT_EQ(list.slack, 0.0F);
+    EXPECT_EQ(list.bias, 0.5F);
+}
+
+TEST(BoundedLists, LieHalfAStepAboveForPlainMeans) {
+    const BoundedList list = BoundsOf({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}}, 3.0F);
+    EXPECT_EQ(list.slack, 0.0F);
+    EXPECT_FLOAT_EQ(list.bias, 0.5F + 1.0F / 12.0F);
+}
+
+TEST(BoundedLists, HaveSlackOtherwise) {
+    const BoundedList list = BoundsOf({{0.3F, 0}, {0.7F, 1}}, 1.0F);
+    EXPECT_GT(list.slack, 0.0F);
+    EXPECT_LT(list.slack, 0.001F);
+    EXPECT_LT(list.bias, 0.5F);
+}
+
+TEST(BoundedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
+    for (const BoundedList& list :
+         {BoundsOf({{1.0F, 0}, {-1.0F, 1}}, 0.0F), BoundsOf({{1.0F, 0}, {-0.999F, 1}}, 0.001F),
+          BoundsOf(std::vector<Contribution>(1, {0.3F, 0}), std::nanf("")),
+          BoundsOf({{0.3F, 0}, {0.7F, 5000}}, 1.0F)}) {
+        EXPECT_EQ(list.count, 0);
+        EXPECT_LT(list.bias, 0.0F);
+        EXPECT_GE(list.bias + list.slack, 256.0F);
+    }
+}
+
+TEST(BoundedLists, FillGapsWithZeros) {
+    const BoundedList list = BoundsOf({{0.5F, 3}, {0.5F, 6}}, 1.0F);
+    EXPECT_EQ(list.first, 3);
+    EXPECT_EQ(list.count, 4);
+}
+
+}  // namespace
+}  // namespace zvk::kernels

@@ -1,0 +1,157 @@
+// The vector kernels of fast scaling and smooth enlargement against their definitions.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "tests/kernels/guarded_bytes.h"
+#include "tests/kernels/levels.h"
+
+namespace zvk::kernels {
+namespace {
+
+using testing::EveryLevel;
+using testing::Guard;
+using testing::GuardedBytes;
+
+class ScalingRowKernels : public EveryLevel {
+  protected:
+    void CheckAverage(std::int64_t boxWidth, std::int64_t width, Guard guard);
+    void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask);
+
+    std::mt19937 random{5};
+};
+
+void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, Guard guard) {
+    const std::int64_t sourceWidth = boxWidth + static_cast<std::int64_t>(random() % 40);
+    GuardedBytes source(4 * sourceWidth, guard);
+    if (random() % 2) {
+        source.FillRandomly(random);
+    } else {
+        source.FillWith(255);
+    }
+    std::vector<std::int32_t> starts;
+    for (std::int64_t x = 0; x < width; ++x) {
+        starts.push_back(static_cast<std::int32_t>(
+            random() % static_cast<std::uint64_t>(sourceWidth - boxWidth + 1)));
+    }
+    starts.back() = static_cast<std::int32_t>(sourceWidth - boxWidth);
+    RowAveraging job{.source = source.data(),
+                     .sourceOrder = testing::orders[random() % 3],
+                     .sourceWidth = sourceWidth,
+                     .starts = starts.data(),
+                     .boxWidth = boxWidth,
+                     .boxHeight = static_cast<std::int64_t>(1 + random() % 1000),
+                     .order = testing::orders[random() % 3],
+                     .width = width,
+                     .destination = nullptr};
+    GuardedBytes found(4 * width, guard);
+    job.destination = found.data();
+    kernels().averageRow(job);
+    std::vector<std::uint8_t> expected(found.size());
+    job.destination = expected.data();
+    AverageRow(job);
+    ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected)
+        << "box " << boxWidth << " width " << width;
+}
+
+TEST_P(ScalingRowKernels, AverageEveryWidthOfRowAndBoxAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (std::int64_t boxWidth = 1; boxWidth <= 24; ++boxWidth) {
+            CheckAverage(boxWidth, width, boxWidth % 2 ? Guard::Behind : Guard::Before);
+        }
+    }
+    for (const std::int64_t boxWidth : {255, 256, 1000, 8191, 8192, 8193, 20000}) {
+        CheckAverage(boxWidth, 9, Guard::Behind);
+    }
+}
+
+// Every sum of a box whose last pixel alone varies, for box widths around those that divide 255.
+TEST_P(ScalingRowKernels, AverageEverySumExactly) {
+    for (std::int64_t boxWidth = 2; boxWidth <= 9; ++boxWidth) {
+        for (int sum = 0; sum <= 255 * boxWidth; ++sum) {
+            std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth), 0);
+            int left = sum;
+            for (std::int64_t pixel = 0; pixel < boxWidth; ++pixel) {
+                const int value = std::min(left, 255);
+                source[static_cast<std::size_t>(4 * pixel)] = static_cast<std::uint8_t>(value);
+                left -= value;
+            }
+            const std::vector<std::int32_t> starts(4, 0);
+            std::vector<std::uint8_t> found(16);
+            kernels().averageRow({.source = source.data(),
+                                  .sourceOrder = layouts::colourFirst,
+                                  .sourceWidth = boxWidth,
+                                  .starts = starts.data(),
+                                  .boxWidth = boxWidth,
+                                  .boxHeight = 1,
+                                  .order = layouts::colourFirst,
+                                  .width = 4,
+                                  .destination = found.data()});
+            ASSERT_EQ(found[0], sum / boxWidth) << "sum " << sum << " of " << boxWidth;
+        }
+    }
+}
+
+void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_t width,
+                                           std::uint32_t mask) {
+    GuardedBytes nearRow(4 * sourceWidth);
+    GuardedBytes farRow(4 * sourceWidth, Guard::Before);
+    nearRow.FillRandomly(random);
+    farRow.FillRandomly(random);
+    const auto far = std::generate_canonical<float, 24>(random);
+    const auto lineSize = static_cast<std::size_t>(4 * (sourceWidth + 1));
+    std::vector<float> line(lineSize);
+    std::vector<float> expectedLine(lineSize);
+    RowInterpolation rows{.nearRow = nearRow.data(),
+                          .farRow = farRow.data(),
+                          .nearWeight = 1.0F - far,
+                          .farWeight = far,
+                          .width = sourceWidth,
+                          .line = line.data()};
+    kernels().interpolateRows(rows);
+    rows.line = expectedLine.data();
+    InterpolateRows(rows);
+    ASSERT_EQ(line, expectedLine);
+
+    std::vector<std::int32_t> indices;
+    std::vector<float> nearWeights;
+    std::vector<float> farWeights;
+    for (std::int64_t x = 0; x < width; ++x) {
+        indices.push_back(static_cast<std::int32_t>(x * sourceWidth / width));
+        farWeights.push_back(x % 3 == 0 ? 0.0F : std::generate_canonical<float, 24>(random));
+        nearWeights.push_back(1.0F - farWeights.back());
+    }
+    GuardedBytes found(4 * width);
+    found.FillRandomly(random);
+    std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
+    ColumnInterpolation columns{.line = line.data(),
+                                .indices = indices.data(),
+                                .nearWeights = nearWeights.data(),
+                                .farWeights = farWeights.data(),
+                                .width = width,
+                                .byteMask = mask,
+                                .destination = found.data()};
+    kernels().interpolateColumns(columns);
+    columns.destination = expected.data();
+    InterpolateColumns(columns);
+    ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected)
+        << sourceWidth << " to " << width;
+}
+
+TEST_P(ScalingRowKernels, InterpolateEveryWidthAndEveryByteAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        const auto sourceWidth = static_cast<std::int64_t>(1 + random() % 40);
+        CheckInterpolation(sourceWidth, width, 0xFFFFFFFF);
+        for (unsigned byte = 0; byte < 4; ++byte) {
+            CheckInterpolation(sourceWidth, width, 0xFFU << (8 * byte));
+        }
+    }
+    CheckInterpolation(1000, 3001, 0xFFFFFFFF);
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, ScalingRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),
+                         testing::LevelName);
+
+}  // namespace
+}  // namespace zvk::kernels

@@ -1,0 +1,60 @@
+// Watches the memory that the plugin asks for, and refuses it where a test says so: the loaded
+// library's own imports of the allocator are pointed here, so the host and the tests keep theirs.
+// One watch at a time; it must end before the library is unloaded.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace contract {
+
+class PluginAllocations {
+  public:
+    /// Starts watching the loaded library that the function belongs to. Throws std::runtime_error
+    /// if the library does not import the allocator, so that no test watches nothing.
+    explicit PluginAllocations(const void* functionOfThePlugin);
+    PluginAllocations(const PluginAllocations&) = delete;
+    PluginAllocations& operator=(const PluginAllocations&) = delete;
+    ~PluginAllocations();
+
+    /// Counts requests from 1 again and refuses the n-th of them; all later ones are granted.
+    void FailOnly(std::uint64_t request);
+
+    /// Counts requests from 1 again and refuses the n-th of them and all that follow.
+    void FailFrom(std::uint64_t request);
+
+    /// Counts requests from 1 again and grants all.
+    void GrantAll();
+
+    /// Requests since counting began, and how many of them were refused.
+    std::uint64_t Requests() const { return requests_; }
+    std::uint64_t Refused() const { return refused_; }
+
+    /// Sizes in bytes of the requests since counting began.
+    const std::vector<std::size_t>& Sizes() const { return sizes_; }
+
+    /// Blocks that the plugin has and has not given back.
+    std::size_t LiveBlocks() const;
+
+    /// Called by the stand-ins for the allocator's functions.
+    bool Grants(std::size_t size);
+
+  private:
+    void Patch(const void* functionOfThePlugin);
+    void Restart(std::uint64_t first, std::uint64_t last);
+
+    struct PatchedImport {
+        void** slot;
+        void* original;
+    };
+    std::vector<PatchedImport> patched_;
+    std::size_t blocksBefore_;  // kept for good by libraries that were watched earlier
+    std::uint64_t requests_ = 0;
+    std::uint64_t refused_ = 0;
+    std::uint64_t firstRefused_ = 0;  // 0: none
+    std::uint64_t lastRefused_ = 0;
+    std::vector<std::size_t> sizes_;
+};
+
+}  // namespace contract

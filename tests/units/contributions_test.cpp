@@ -1,0 +1,174 @@
+// The contribution tables at sizes whose lists are known, and the bounds they promise.
+#include "scaling/contributions.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace zvk {
+namespace {
+
+template <typename Filter, Axis axis = Axis::Horizontal>
+class Table {
+  public:
+    Table(std::int64_t source, std::int64_t destination) : length_(destination) {
+        EXPECT_TRUE(table_.Allocate(destination));
+        ComputeContributions<Filter, axis>(source, table_.Lists(destination));
+    }
+
+    const ContributionList& operator[](std::int64_t index) {
+        return table_.Lists(length_)[static_cast<std::size_t>(index)];
+    }
+
+    std::vector<int> Pixels(std::int64_t index) {
+        const ContributionList& list = (*this)[index];
+        std::vector<int> pixels;
+        for (int i = 0; i < list.count; ++i)
+            pixels.push_back(list.entries[i].pixel);
+        return pixels;
+    }
+
+    std::vector<float> Weights(std::int64_t index) {
+        const ContributionList& list = (*this)[index];
+        std::vector<float> weights;
+        for (int i = 0; i < list.count; ++i)
+            weights.push_back(list.entries[i].weight);
+        return weights;
+    }
+
+  private:
+    std::int64_t length_;
+    ContributionTable table_;
+};
+
+TEST(Contributions, OfEqualSizesTakeTheEnlargingRoad) {
+    Table<TriangleFilter> triangle(9, 9);
+    for (int i = 0; i < 9; ++i) {
+        EXPECT_EQ(triangle.Pixels(i), std::vector<int>{i});
+        EXPECT_EQ(triangle.Weights(i), std::vector<float>{1.0F});
+    }
+    Table<MitchellFilter> mitchell(9, 9);
+    const auto side = static_cast<float>(0.05555555555555536);
+    const auto middle = static_cast<float>(0.8888888888888888);
+    EXPECT_EQ(mitchell.Weights(4), (std::vector<float>{side, middle, side}));
+    EXPECT_EQ(mitchell.Pixels(4), (std::vector<int>{3, 4, 5}));
+}
+
+TEST(Contributions, OfEqualSizesKeepTinyNeighbourWeights) {
+    Table<Lanczos3Filter> lanczos(9, 9);
+    EXPECT_EQ(lanczos[4].count, 5);
+    Table<Cubic6Filter> cubic(9, 9);
+    EXPECT_EQ(cubic.Pixels(4), (std::vector<int>{2, 3, 4, 5, 6}));
+}
+
+TEST(Contributions, OfAHundredColumnsReducedToOneUseThemAll) {
+    Table<TriangleFilter> table(100, 1);
+    ASSERT_EQ(table[0].count, 100);
+    double sum = 0.0;
+    for (int j = 0; j < 100; ++j) {
+        const double weight = 1.0 - std::fabs(((50.0 - j) + -0.5) * 0.01);
+        EXPECT_EQ(table[0].entries[j].pixel, j);
+        EXPECT_EQ(table[0].entries[j].weight, static_cast<float>(weight));
+        sum += weight;
+    }
+    EXPECT_EQ(table[0].weightSum, static_cast<float>(sum));
+    EXPECT_EQ((ReducingCapacity<TriangleFilter, Axis::Horizontal>(100.0)), 202);
+    EXPECT_EQ((ReducingCapacity<TriangleFilter, Axis::Vertical>(100.0)), 202);
+}
+
+TEST(Contributions, TruncateTheHalfWidthBeforeDoublingAcrossAndAfterDoublingDown) {
+    EXPECT_EQ((ReducingCapacity<BoxFilter, Axis::Horizontal>(1.75)), 4);
+    EXPECT_EQ((ReducingCapacity<BoxFilter, Axis::Vertical>(1.75)), 5);
+}
+
+TEST(Contributions, HaveFixedCapacitiesWhenEnlarging) {
+    EXPECT_EQ((EnlargingCapacity<TriangleFilter, Axis::Horizontal>()), 4);
+    EXPECT_EQ((EnlargingCapacity<BoxFilter, Axis::Horizontal>()), 2);
+    EXPECT_EQ((EnlargingCapacity<BoxFilter, Axis::Vertical>()), 3);
+    EXPECT_EQ((EnlargingCapacity<Lanczos3Filter, Axis::Vertical>()), 8);
+    EXPECT_EQ((EnlargingCapacity<Lanczos8Filter, Axis::Vertical>()), 18);
+    EXPECT_EQ((EnlargingCapacity<MitchellFilter, Axis::Vertical>()), 6);
+    EXPECT_EQ((EnlargingCapacity<BicubicFilter, Axis::Vertical>()), 10);
+    EXPECT_EQ((EnlargingCapacity<Cubic6Filter, Axis::Horizontal>()), 8);
+}
+
+TEST(Contributions, AtTheEdgesAreFewerAndSumToLess) {
+    Table<MitchellFilter> table(20, 10);
+    EXPECT_LT(table[0].count, table[5].count);
+    EXPECT_LT(table[0].weightSum, table[5].weightSum);
+    EXPECT_EQ(table.Pixels(0).front(), 0);
+    EXPECT_EQ(table.Pixels(9).back(), 19);
+}
+
+TEST(Contributions, OfTwoColumnsEnlargedToThreeByTheBoxTakeTheirMeanInTheMiddle) {
+    Table<BoxFilter> table(2, 3);
+    EXPECT_EQ(table.Pixels(0), std::vector<int>{0});
+    EXPECT_EQ(table.Pixels(1), (std::vector<int>{0, 1}));
+    EXPECT_EQ(table.Weights(1), (std::vector<float>{1.0F, 1.0F}));
+    EXPECT_EQ(table.Pixels(2), std::vector<int>{1});
+}
+
+TEST(Contributions, OfASourceWithoutPixelsAreEmpty) {
+    Table<TriangleFilter> table(0, 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(table[i].count, 0);
+        EXPECT_EQ(table[i].entries, nullptr);
+    }
+}
+
+// Every list fits its capacity and names only pixels of the source.
+template <typename Filter, Axis axis>
+void CheckBounds(std::int64_t source, std::int64_t destination) {
+    Table<Filter, axis> table(source, destination);
+    const AxisMapping mapping(source, destination);
+    const std::int64_t capacity =
+        mapping.IsReducing() ? ReducingCapacity<Filter, axis>(Filter::radius / mapping.scale)
+                             : EnlargingCapacity<Filter, axis>();
+    for (std::int64_t i = 0; i < destination; ++i) {
+        const ContributionList& list = table[i];
+        ASSERT_LE(list.count, capacity) << source << " to " << destination << " at " << i;
+        for (int entry = 0; entry < list.count; ++entry) {
+            ASSERT_GE(list.entries[entry].pixel, 0);
+            ASSERT_LT(list.entries[entry].pixel, source);
+        }
+    }
+}
+
+template <typename Filter>
+void CheckBoundsOfManySizes() {
+    for (std::int64_t source = 1; source <= 48; ++source) {
+        for (std::int64_t destination = 1; destination <= 48; ++destination) {
+            CheckBounds<Filter, Axis::Horizontal>(source, destination);
+            CheckBounds<Filter, Axis::Vertical>(source, destination);
+        }
+    }
+    for (const std::int64_t source : {999, 1000, 4000, 9973}) {
+        for (const std::int64_t destination : {1, 2, 3, 7, 333, 500, 999, 1000, 1333, 3000}) {
+            CheckBounds<Filter, Axis::Horizontal>(source, destination);
+            CheckBounds<Filter, Axis::Vertical>(source, destination);
+        }
+    }
+}
+
+TEST(Contributions, FitTheirCapacityAndStayInsideTheSource) {
+    CheckBoundsOfManySizes<TriangleFilter>();
+    CheckBoundsOfManySizes<BoxFilter>();
+    CheckBoundsOfManySizes<Lanczos3Filter>();
+    CheckBoundsOfManySizes<Lanczos8Filter>();
+    CheckBoundsOfManySizes<MitchellFilter>();
+    CheckBoundsOfManySizes<BicubicFilter>();
+    CheckBoundsOfManySizes<Cubic6Filter>();
+}
+
+TEST(ContributionTable, CanBeReplacedByAnotherOfAnotherLength) {
+    ContributionTable table;
+    ASSERT_TRUE(table.Allocate(3));
+    ComputeContributions<BoxFilter, Axis::Horizontal>(5, table.Lists(3));
+    ASSERT_TRUE(table.Allocate(8));
+    for (const ContributionList& list : table.Lists(8))
+        EXPECT_EQ(list.entries, nullptr);
+    EXPECT_FALSE(table.Allocate(0));
+}
+
+}  // namespace
+}  // namespace zvk

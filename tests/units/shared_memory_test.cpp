@@ -1,0 +1,164 @@
+// New pictures that a host hands out in the source's own memory: what is written changes what is
+// read after it, in the order of the definition, whichever way is faster.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include "bridge/picture_methods.h"
+#include "fake_host.h"
+#include "kernels/box_average.h"
+#include "pixels/picture_editor.h"
+
+namespace zvk {
+namespace {
+
+using testing::FakeHost;
+
+constexpr std::int64_t stride = 4 * 64;
+constexpr std::int64_t memorySize = stride * 48;
+
+// A console picture over a stretch of the one memory.
+struct TestPicture : REALpictureStruct {
+    REALconsoleImage image{};
+    std::vector<int*> rows;
+
+    void Describe(std::uint8_t* first, int width, int height) {
+        rows.clear();
+        for (int y = 0; y < height; ++y)
+            rows.push_back(reinterpret_cast<int*>(first + y * stride));
+        image.sx = width;
+        image.sy = height;
+        image.trueColor = 1;
+        image.tpixels = rows.data();
+    }
+};
+
+std::vector<std::uint8_t> memory;
+TestPicture source;
+TestPicture created;
+
+REALboolean Lock(REALpicture picture, REALpictureDescription* description, REALinteger kind) {
+    if (kind != static_cast<REALinteger>(REALdescriptionKind::ConsoleImage)) return 0;
+    REALconsoleImage& image = static_cast<TestPicture*>(picture)->image;
+    description->kind = REALdescriptionKind::ConsoleImage;
+    description->handle = &image;
+    description->width = image.sx;
+    description->height = image.sy;
+    return 1;
+}
+
+// One pixel to the right of the source and a row below it, in the same memory.
+REALpicture NewPicture(REALinteger width, REALinteger height, REALinteger /*depth*/) {
+    created.Describe(memory.data() + stride + 4, static_cast<int>(width), static_cast<int>(height));
+    return &created;
+}
+
+void Count(REALobject /*object*/) {
+}
+
+class SharedMemory : public ::testing::Test {
+  protected:
+    SharedMemory() {
+        host.Offer("REALLockPictureDescription", Lock);
+        host.Offer("newPicture", NewPicture);
+        host.Offer("REALLockObject", Count);
+        host.Offer("REALUnlockObject", Count);
+        runtimeKind = RuntimeKind::Console;
+    }
+    ~SharedMemory() override { runtimeKind = RuntimeKind::Unknown; }
+
+    // The memory after a call on a source of the given size, filled alike every time.
+    static std::vector<std::uint8_t> After(int width, int height,
+                                           const std::function<REALpicture()>& call) {
+        memory.resize(memorySize);
+        for (std::size_t index = 0; index < memory.size(); ++index) {
+            memory[index] = static_cast<std::uint8_t>(index * index / 7 + index * 13);
+        }
+        source.Describe(memory.data(), width, height);
+        EXPECT_EQ(call(), &created);
+        return memory;
+    }
+
+    // An interval that never passes keeps a method to the order that a host could see.
+    static constexpr REALinteger never = std::numeric_limits<REALinteger>::max();
+
+    FakeHost host;
+};
+
+TEST_F(SharedMemory, IsReadByScalingBeforeItIsWritten) {
+    for (REALinteger mode = 1; mode <= 7; ++mode) {
+        const auto withInterval = [mode](REALinteger interval) {
+            return After(20, 12,
+                         [&] { return PictureScalingZVK(&source, mode, 31, 25, interval); });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
+    }
+}
+
+TEST_F(SharedMemory, IsBlurredInTheDefinitionsOrder) {
+    for (const double radius : {1.0, 3.0, 9.0}) {
+        const auto withInterval = [radius](REALinteger interval) {
+            return After(30, 20, [&] { return BlurZVK(&source, radius, interval); });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
+    }
+}
+
+REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {
+    *value = name[0] == 'W' ? source.image.sx : source.image.sy;
+    return 1;
+}
+
+TEST_F(SharedMemory, IsEnlargedByteAfterByte) {
+    host.Offer("REALGetPropValueInteger", ReadSize);
+    const auto withInterval = [](REALinteger interval) {
+        return After(17, 9, [&] { return VandrelZVK(&source, 40, 30, 1, interval); });
+    };
+    EXPECT_EQ(withInterval(0), withInterval(never));
+}
+
+TEST_F(SharedMemory, IsAveragedPixelByPixel) {
+    host.Offer("REALGetPropValueInteger", ReadSize);
+    const auto found = After(30, 3, [] { return VandrelZVK(&source, 29, 2, 0, 0); });
+
+    After(30, 3, [] { return NewPicture(29, 2, 32); });
+    std::vector<std::int32_t> starts;
+    for (int x = 0; x < 29; ++x)
+        starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
+    for (int y = 0; y < 2; ++y) {
+        kernels::AverageRow({.source = memory.data() + static_cast<int>(y * 1.5) * stride,
+                             .sourceOrder = layouts::console,
+                             .sourceWidth = 30,
+                             .starts = starts.data(),
+                             .boxWidth = 2,
+                             .boxHeight = 2,
+                             .order = layouts::console,
+                             .width = 29,
+                             .destination = memory.data() + (y + 1) * stride + 4});
+    }
+    EXPECT_EQ(found, memory);
+}
+
+TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
+    memory.resize(memorySize);
+    const auto shares = [](std::int64_t offset, int width, int height) {
+        source.Describe(memory.data(), 10, 4);
+        created.Describe(memory.data() + offset, width, height);
+        PictureEditor first;
+        PictureEditor second;
+        EXPECT_TRUE(first.GetPictureEditor(&source, false, false));
+        EXPECT_TRUE(second.GetPictureEditor(&created, false, false));
+        return SharesPixels(first, second);
+    };
+    EXPECT_TRUE(shares(0, 10, 4));
+    EXPECT_TRUE(shares(3 * stride + 36, 5, 9));
+    EXPECT_FALSE(shares(3 * stride + 40, 5, 9)) << "begins where the last row ends";
+    EXPECT_FALSE(shares(40, 20, 4)) << "beside it, row by row";
+    EXPECT_FALSE(shares(20 * stride, 10, 4));
+}
+
+}  // namespace
+}  // namespace zvk
