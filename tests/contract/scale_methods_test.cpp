@@ -290,15 +290,11 @@ TEST(ScaleImageAndMask, ScalesTheMaskByThePicturesRoutine) {
             ASSERT_TRUE(result);
             ASSERT_NE(result->Mask(), nullptr);
             const bool enlarged = smooth && to.width > 6 && to.height > 5;
-            const auto scaled = [&](const Picture& picture) {
-                return enlarged
-                           ? reference::EnlargeSmoothly(ImageOf(picture), to.width, to.height,
-                                                        format)
-                           : reference::ScaleFast(ImageOf(picture), to.width, to.height, format);
-            };
-            ExpectPixels(scaled(*source.picture), *result, "the picture");
-            ExpectPixels(InLayout(scaled(*source.mask), result->Mask()->Layout()), *result->Mask(),
-                         "its mask");
+            const auto scale = enlarged ? reference::EnlargeSmoothly : reference::ScaleFast;
+            const auto picture = scale(ImageOf(*source.picture), to.width, to.height, format);
+            const auto mask = scale(ImageOf(*source.mask), to.width, to.height, format);
+            ExpectPixels(picture, *result, "the picture");
+            ExpectPixels(InLayout(mask, result->Mask()->Layout()), *result->Mask(), "its mask");
         }
     }
 }

@@ -270,7 +270,8 @@ void CheckRefusedRequests(int width, int height, std::int64_t yieldInterval) {
         shown.insert(static_cast<std::size_t>(found - possible.begin()));
     }
     EXPECT_TRUE(gaveNil);
-    for (std::size_t list = 1; list <= static_cast<std::size_t>(width + height); ++list) {
+    const std::size_t lists = static_cast<std::size_t>(width) + static_cast<std::size_t>(height);
+    for (std::size_t list = 1; list <= lists; ++list) {
         EXPECT_TRUE(shown.contains(list)) << "failure of list " << list << " did not show";
     }
 }
