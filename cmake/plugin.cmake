@@ -33,6 +33,7 @@ set(plugin_sources
     scaling/bounded_table.cpp
     scaling/contributions.cpp
     scaling/fast_scaling.cpp
+    scaling/fixed_table.cpp
     scaling/resample_passes.cpp
     scaling/scale_methods.cpp
     scaling/scaling_method.cpp

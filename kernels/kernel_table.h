@@ -10,6 +10,7 @@
 #include "kernels/channel_order.h"
 #include "kernels/compositing.h"
 #include "kernels/drawing_weights.h"
+#include "kernels/fixed_list.h"
 #include "kernels/instruction_set.h"
 #include "kernels/interpolation.h"
 #include "kernels/pixel_rows.h"
@@ -21,19 +22,13 @@ inline constexpr int rowsAtOnce = 4;
 
 // A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
 struct RowResampling {
+    // Each has all pixels from any list's `first` on, `count` of them.
     const std::uint8_t* sources[rowsAtOnce];
     ChannelOrder order;
-    const BoundedList* lists;
+    const FixedList* lists;
     std::int64_t listCount;
-    // Room for `scratchPixels` pixels of `rowsAtOnce` rows as single-precision numbers, all finite.
-    // It holds at least the longest list and `scratchSlack` more.
-    float* scratch;
-    std::int64_t scratchPixels;
     std::uint8_t* destinations[rowsAtOnce];
 };
-
-// Pixels of scratch that are read beyond a list, and so multiplied by 0.
-inline constexpr std::int64_t scratchSlack = 4;
 
 // A job of blending the rows that a list names. Rows have `rowPadding` bytes behind them or are at
 // least that long.

@@ -2,11 +2,12 @@
 // the linker could pick from here for everybody would not run on an older machine.
 #include "kernels/level_table.h"
 #include "kernels/simd_avx2.h"
+#include "kernels/taps_avx2.h"
 #include "kernels/words_avx2.h"
 
 namespace zvk::kernels {
 
 constinit const KernelTable avx2Kernels =
-    TableOf<Avx2, Sse41, WideWords, DoubleQuads>(InstructionSet::Avx2);
+    TableOf<Avx2, Sse41, Avx2Taps, WideWords, DoubleQuads>(InstructionSet::Avx2);
 
 }  // namespace zvk::kernels

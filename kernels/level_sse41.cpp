@@ -2,11 +2,12 @@
 // the linker could pick from here for everybody would not run on an older machine.
 #include "kernels/level_table.h"
 #include "kernels/simd_sse41.h"
+#include "kernels/taps_sse41.h"
 #include "kernels/words_sse.h"
 
 namespace zvk::kernels {
 
 constinit const KernelTable sse41Kernels =
-    TableOf<Sse41, Sse41, WordPair<Sse41>, DoublePairs>(InstructionSet::Sse41);
+    TableOf<Sse41, Sse41, Sse41Taps, WordPair<Sse41>, DoublePairs>(InstructionSet::Sse41);
 
 }  // namespace zvk::kernels

@@ -12,13 +12,13 @@
 namespace zvk::kernels {
 namespace {
 
-// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Words` sixteen numbers of
-// 16 bits and `Doubles` products in double precision.
-template <typename Simd, typename Narrow, typename Words, typename Doubles>
+// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Taps` sums of taps along a
+// row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
+template <typename Simd, typename Narrow, typename Taps, typename Words, typename Doubles>
 constexpr KernelTable TableOf(InstructionSet level) {
     return {.instructionSet = level,
-            .resampleRows = ResampleRows<Simd>,
-            .blendRows = BlendRows<Simd>,
+            .resampleRows = ResampleRows<Taps>,
+            .blendRows = BlendRows<Simd, Narrow, Taps>,
             .averageRow = AverageRowInVectors<Narrow>,
             .interpolateRows = InterpolateRowsInVectors<Simd>,
             .interpolateColumns = InterpolateColumnsInVectors<Simd>,

@@ -1,9 +1,11 @@
 // The vector body of the resampler's passes, compiled once per instruction set. Included by the
 // files that instantiate it and by nothing else; everything here is internal to each of them.
 //
-// Exactness: sums are formed in single precision, in any order, fused or not. A list's bias and
-// slack say between which two values the definition's sum lies; where both truncate to one byte,
-// that is the byte. The others, about one in a few thousand, are computed by the definition.
+// Exactness: along a row, sums are formed in integers with one digit of the weights, then with two;
+// down a column in single precision, in any order, fused or not. A list's bias and slack say between
+// which two values the definition's sum lies; where both have one whole part, that is the byte. What
+// is still open is computed by the definition: its products are exact along a row, and so may be
+// fused there, and they are rounded to single precision down a column.
 #pragma once
 
 #include "kernels/kernel_table.h"
@@ -19,95 +21,99 @@ inline std::uint64_t ColourLanes(const ChannelOrder& order) {
     return colours * 0x1111111111111111U;
 }
 
-template <typename Simd>
+template <typename Taps>
 class RowResampler {
   public:
     explicit RowResampler(const RowResampling& job)
-        : job_(job), colourLanes_(static_cast<unsigned>(ColourLanes(job.order)) & 0xFFFFU) {}
+        : job_(job),
+          colourLanes_(static_cast<unsigned>(ColourLanes(job.order)) & 0xFFFFU),
+          colours_(_mm_andnot_si128(
+              _mm_cmpeq_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(job.order.alpha)),
+              _mm_set1_epi32(-1))) {}
 
-    // Goes through the lists in stretches whose source pixels fit into the scratch memory.
-    void Run() {
-        for (std::int64_t begin = 0; begin < job_.listCount;) {
-            const std::int64_t end = FindStretch(begin);
-            LoadStretch();
-            for (std::int64_t x = begin; x < end; ++x)
-                ResamplePixel(x);
-            begin = end;
+    void Run() const {
+        std::int64_t x = 0;
+        for (; x + blockLength <= job_.listCount; x += blockLength) {
+            StoreBlock(x, ResamplePixel(x), ResamplePixel(x + 1), ResamplePixel(x + 2),
+                       ResamplePixel(x + 3));
         }
+        for (; x < job_.listCount; ++x)
+            StorePixel(x, ResamplePixel(x));
     }
 
   private:
-    using Floats = typename Simd::Floats;
-    static constexpr std::int64_t pixelsPerVector = Simd::floatCount / bytesPerPixelWord;
+    using Totals = typename Taps::Totals;
+    using DoublePixel = typename Taps::DoublePixel;
+    static constexpr std::int64_t blockLength = 4;
 
-    // The end of the longest run of lists from `begin` on that the scratch memory can serve.
-    std::int64_t FindStretch(std::int64_t begin) {
-        first_ = 0;
-        last_ = 0;
-        bool isEmpty = true;
-        std::int64_t x = begin;
-        for (; x < job_.listCount; ++x) {
-            const BoundedList& list = job_.lists[x];
-            if (list.count == 0) continue;
-            const std::int64_t listLast = std::int64_t{list.first} + list.count;
-            const std::int64_t first = isEmpty || list.first < first_ ? list.first : first_;
-            const std::int64_t last = isEmpty || listLast > last_ ? listLast : last_;
-            if (last - first + scratchSlack > job_.scratchPixels) break;
-            first_ = first;
-            last_ = last;
-            isEmpty = false;
+    // Pixel x of each row, one after the other.
+    __m128i ResamplePixel(std::int64_t x) const {
+        const FixedList& list = job_.lists[x];
+        const Totals sums = SumProducts(list, list.coarse);
+        const Totals least = sums + list.bias;
+        if (least.DiffersAbove(list.shift, least + list.slack, colours_)) {
+            return ResampleFinely(list, sums);
         }
-        return x;
+        return (least >> list.shift).ToBytes();
     }
 
-    void LoadStretch() {
-        for (int row = 0; row < rowsAtOnce; ++row) {
-            const std::uint8_t* bytes = job_.sources[row] + first_ * bytesPerPixelWord;
-            float* numbers = Numbers(row);
-            const std::int64_t count = (last_ - first_) * bytesPerPixelWord;
-            std::int64_t index = 0;
-            for (; index + Simd::floatCount <= count; index += Simd::floatCount) {
-                Simd::Store(numbers + index, Simd::LoadBytes(bytes + index));
-            }
-            for (; index < count; ++index)
-                numbers[index] = bytes[index];
+    Totals SumProducts(const FixedList& list, const std::int16_t* weights) const {
+        typename Taps::Sums sums;
+        std::int64_t offset = std::int64_t{list.first} * bytesPerPixelWord;
+        for (std::int32_t tap = 0; tap < list.count; tap += Taps::tapsAtOnce) {
+            sums.Add(job_.sources, offset, weights + tap);
+            offset += Taps::tapsAtOnce * bytesPerPixelWord;
         }
+        return sums.Reduce();
     }
 
-    float* Numbers(int row) const {
-        return job_.scratch + row * job_.scratchPixels * bytesPerPixelWord;
+    // Takes the second digit of the weights into account.
+    [[gnu::noinline]] __m128i ResampleFinely(const FixedList& list, const Totals& coarse) const {
+        const Totals rounded = coarse + (1 << (list.shift - 1));
+        const Totals least = SumProducts(list, list.fine) + list.fineBias;
+        const auto whole = [&](const Totals& fine) {
+            return ((rounded + (fine >> list.fineShift)) >> list.shift).ToBytes();
+        };
+        const __m128i low = whole(least);
+        const __m128i high = whole(least + list.fineSlack);
+        if ((Sse2::Differing(low, high) & colourLanes_) == 0) return low;
+        return ResampleExactly(*list.exact);
     }
 
-    void ResamplePixel(std::int64_t x) const {
-        const BoundedList& list = job_.lists[x];
-        const std::int64_t place = list.count == 0 ? 0 : list.first - first_;
-        const float* numbers = Numbers(0) + place * bytesPerPixelWord;
-        const std::int64_t rowLength = job_.scratchPixels * bytesPerPixelWord;
-        const Floats bias = Simd::FirstPixel(list.bias);
-        Floats sums[rowsAtOnce] = {bias, bias, bias, bias};
-        for (std::int64_t tap = 0; tap < list.count; tap += pixelsPerVector) {
-            const Floats weights = Simd::LoadWeights(list.weights + tap);
+    // Computes the pixels by the definition.
+    __m128i ResampleExactly(const ContributionList& list) const {
+        DoublePixel sums[rowsAtOnce];
+        for (std::int32_t index = 0; index < list.count; ++index) {
+            const Contribution& entry = list.entries[index];
+            const std::int64_t offset = std::int64_t{entry.pixel} * bytesPerPixelWord;
             for (int row = 0; row < rowsAtOnce; ++row) {
-                const float* values = numbers + row * rowLength + tap * bytesPerPixelWord;
-                sums[row] = Simd::MultiplyAdd(Simd::Load(values), weights, sums[row]);
+                sums[row] = sums[row].PlusExact(DoublePixel::FromBytes(job_.sources[row] + offset),
+                                                double{entry.weight});
             }
         }
-        __m128i low;
-        __m128i high;
-        Simd::PixelsOfRows(sums, list.slack, low, high);
-        StorePixels(x, list, low, Sse2::Differing(low, high) & colourLanes_);
+        const double weightSum = list.weightSum;
+        return _mm_packus_epi16(
+            _mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
+            _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
     }
 
-    void StorePixels(std::int64_t x, const BoundedList& list, __m128i pixels,
-                     unsigned unsettled) const {
+    // Stores four neighbouring pixels of each row.
+    void StoreBlock(std::int64_t x, __m128i first, __m128i second, __m128i third,
+                    __m128i fourth) const {
+        const __m128i upperLeft = _mm_unpacklo_epi32(first, second);
+        const __m128i upperRight = _mm_unpacklo_epi32(third, fourth);
+        const __m128i lowerLeft = _mm_unpackhi_epi32(first, second);
+        const __m128i lowerRight = _mm_unpackhi_epi32(third, fourth);
+        const std::int64_t offset = x * bytesPerPixelWord;
+        Sse2::StoreAll(job_.destinations[0] + offset, _mm_unpacklo_epi64(upperLeft, upperRight));
+        Sse2::StoreAll(job_.destinations[1] + offset, _mm_unpackhi_epi64(upperLeft, upperRight));
+        Sse2::StoreAll(job_.destinations[2] + offset, _mm_unpacklo_epi64(lowerLeft, lowerRight));
+        Sse2::StoreAll(job_.destinations[3] + offset, _mm_unpackhi_epi64(lowerLeft, lowerRight));
+    }
+
+    void StorePixel(std::int64_t x, __m128i pixels) const {
         alignas(16) std::uint8_t bytes[rowsAtOnce * bytesPerPixelWord];
         Sse2::StoreAll(bytes, pixels);
-        for (; unsettled != 0; unsettled &= unsettled - 1) {
-            const int lane = __builtin_ctz(unsettled);
-            const std::uint8_t* channel =
-                job_.sources[lane / bytesPerPixelWord] + lane % bytesPerPixelWord;
-            bytes[lane] = ResampleRowChannel(channel, *list.exact);
-        }
         for (int row = 0; row < rowsAtOnce; ++row) {
             __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord,
                              bytes + row * bytesPerPixelWord, bytesPerPixelWord);
@@ -116,11 +122,10 @@ class RowResampler {
 
     const RowResampling& job_;
     unsigned colourLanes_;
-    std::int64_t first_ = 0;
-    std::int64_t last_ = 0;
+    __m128i colours_;
 };
 
-template <typename Simd>
+template <typename Simd, typename Narrow, typename Taps>
 class ColumnBlender {
   public:
     explicit ColumnBlender(const ColumnBlending& job)
@@ -150,6 +155,7 @@ class ColumnBlender {
     using Floats = typename Simd::Floats;
     using Bytes = typename Simd::Bytes;
     using Mask = typename Simd::Mask;
+    using DoublePixel = typename Taps::DoublePixel;
 
     Bytes Blend(std::int64_t offset) const {
         const BoundedList& list = *job_.list;
@@ -178,17 +184,38 @@ class ColumnBlender {
         return arrange_(Settle(pixels, Simd::InOrder(high), offset));
     }
 
-    // Computes by the definition what the bounds leave open.
-    Bytes Settle(Bytes low, Bytes high, std::int64_t offset) const {
+    // Computes by the definition what the bounds leave open, four pixels at a time.
+    [[gnu::noinline]] Bytes Settle(Bytes low, Bytes high, std::int64_t offset) const {
+        constexpr std::int64_t partSize = 16;
         std::uint8_t bytes[Simd::byteCount];
         Simd::StoreAll(bytes, low);
-        const std::int64_t size = job_.width * bytesPerPixelWord;
-        for (Mask open = Simd::Differing(low, high) & colourLanes_; open != 0; open &= open - 1) {
-            const std::int64_t lane = __builtin_ctzll(open);
-            if (offset + lane >= size) break;
-            bytes[lane] = ResampleColumnChannel(job_.rows, offset + lane, *job_.list->exact);
+        const Mask open = Simd::Differing(low, high) & colourLanes_;
+        const std::int64_t size = job_.width * bytesPerPixelWord - offset;
+        for (std::int64_t part = 0; part < Simd::byteCount && part < size; part += partSize) {
+            if ((open >> static_cast<unsigned>(part) & 0xFFFFU) == 0) continue;
+            Sse2::StoreAll(bytes + part, BlendExactly(offset + part));
         }
         return Simd::LoadAll(bytes);
+    }
+
+    // Four pixels by the definition.
+    __m128i BlendExactly(std::int64_t offset) const {
+        const ContributionList& list = *job_.list->exact;
+        DoublePixel sums[4];
+        for (std::int32_t index = 0; index < list.count; ++index) {
+            const Contribution& entry = list.entries[index];
+            const std::uint8_t* pixels = job_.rows.Row(entry.pixel) + offset;
+            const __m128 weight = _mm_set1_ps(entry.weight);
+            for (int pixel = 0; pixel < 4; ++pixel) {
+                const __m128 values = Narrow::LoadBytes(pixels + pixel * bytesPerPixelWord);
+                sums[pixel] =
+                    sums[pixel] + DoublePixel::FromFloats(_mm_mul_ps(values, weight));
+            }
+        }
+        const double weightSum = list.weightSum;
+        return _mm_packus_epi16(
+            _mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
+            _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
     }
 
     const ColumnBlending& job_;
@@ -197,14 +224,14 @@ class ColumnBlender {
     std::int32_t firstPlace_;
 };
 
-template <typename Simd>
+template <typename Taps>
 void ResampleRows(const RowResampling& job) {
-    RowResampler<Simd>(job).Run();
+    RowResampler<Taps>(job).Run();
 }
 
-template <typename Simd>
+template <typename Simd, typename Narrow, typename Taps>
 void BlendRows(const ColumnBlending& job) {
-    ColumnBlender<Simd>(job).Run();
+    ColumnBlender<Simd, Narrow, Taps>(job).Run();
 }
 
 }  // namespace

@@ -2,18 +2,12 @@
 #include "scaling/resample_passes.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "kernels/kernel_table.h"
 #include "kernels/resampling.h"
 
 namespace zvk {
-
-namespace {
-
-// About as many pixels as leave the numbers of all rows in the first-level cache.
-constexpr std::int64_t scratchTarget = 512;
-
-}  // namespace
 
 RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> lists)
     : reader_(reader),
@@ -23,10 +17,11 @@ RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> 
 }
 
 bool RowPass::PrepareKernels() {
-    if (!bounded_.Build(lists_)) return false;
-    scratchPixels_ = std::max(scratchTarget, bounded_.longest()) + kernels::scratchSlack;
-    scratch_ = AllocateZeroed<float>(scratchPixels_ * bytesPerPixelWord * kernels::rowsAtOnce);
-    return scratch_ != nullptr;
+    if (!fixed_.Build(lists_, reader_.width)) return false;
+    if (fixed_.readLength() <= reader_.width) return true;
+    padded_ = AllocateZeroed<std::uint8_t>(fixed_.readLength() * bytesPerPixelWord *
+                                           kernels::rowsAtOnce);
+    return padded_ != nullptr;
 }
 
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
@@ -42,20 +37,27 @@ void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRow
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
     kernels::RowResampling job{.sources = {},
                                .order = *order_,
-                               .lists = bounded_.lists(),
+                               .lists = fixed_.lists(),
                                .listCount = static_cast<std::int64_t>(lists_.size()),
-                               .scratch = scratch_.get(),
-                               .scratchPixels = scratchPixels_,
                                .destinations = {}};
     for (std::int64_t y = first; y < last; y += kernels::rowsAtOnce) {
         for (int row = 0; row < kernels::rowsAtOnce; ++row) {
             // Where rows run out the last one is done more than once.
             const std::int64_t index = std::min(y + row, last - 1);
-            job.sources[row] = reader_.RowAddress(index);
+            job.sources[row] = ReadableRow(index, row);
             job.destinations[row] = rows.Row(index);
         }
         kernels::SelectedKernels().resampleRows(job);
     }
+}
+
+// Row y of the source, copied where groups of weights reach beyond its end.
+const std::uint8_t* RowPass::ReadableRow(std::int64_t y, int place) const {
+    const std::uint8_t* row = reader_.RowAddress(y);
+    if (padded_ == nullptr) return row;
+    std::uint8_t* copy = padded_.get() + place * fixed_.readLength() * bytesPerPixelWord;
+    std::memcpy(copy, row, static_cast<std::size_t>(reader_.width * bytesPerPixelWord));
+    return copy;
 }
 
 ColumnPass::ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists)

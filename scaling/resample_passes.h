@@ -10,6 +10,7 @@
 #include "kernels/pixel_rows.h"
 #include "pixels/picture_editor.h"
 #include "scaling/bounded_table.h"
+#include "scaling/fixed_table.h"
 
 namespace zvk {
 
@@ -26,13 +27,14 @@ class RowPass {
   private:
     bool PrepareKernels();
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
+    const std::uint8_t* ReadableRow(std::int64_t y, int place) const;
 
     const PictureReader& reader_;
     std::span<const ContributionList> lists_;
     std::optional<ChannelOrder> order_;
-    BoundedTable bounded_;
-    Buffer<float> scratch_;
-    std::int64_t scratchPixels_ = 0;
+    FixedTable fixed_;
+    // Room for rows that the kernels would read beyond, if there are any.
+    Buffer<std::uint8_t> padded_;
     bool useKernels_;
 };
 

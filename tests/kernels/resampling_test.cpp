@@ -9,6 +9,7 @@
 
 #include "scaling/bounded_table.h"
 #include "scaling/contributions.h"
+#include "scaling/fixed_table.h"
 #include "tests/kernels/guarded_bytes.h"
 #include "tests/kernels/levels.h"
 
@@ -39,9 +40,7 @@ void ForEveryFilter(const Lengths& lengths, Check check) {
         ASSERT_TRUE(table.Allocate(lengths.destination));
         const auto lists = table.Lists(lengths.destination);
         ComputeContributions<Filter, axis>(lengths.source, lists);
-        BoundedTable bounded;
-        ASSERT_TRUE(bounded.Build(lists));
-        check(lists, bounded);
+        check(lists);
     };
     withFilter(TriangleFilter{}, "triangle");
     withFilter(BoxFilter{}, "box");
@@ -52,9 +51,10 @@ void ForEveryFilter(const Lengths& lengths, Check check) {
     withFilter(Cubic6Filter{}, "Cubic6");
 }
 
-enum class Picture : std::uint8_t { Noise, Extremes, Flat, Half };
+enum class Picture : std::uint8_t { Noise, Extremes, Flat, Half, Ramp };
 
-constexpr std::array pictures = {Picture::Noise, Picture::Extremes, Picture::Flat, Picture::Half};
+constexpr std::array pictures = {Picture::Noise, Picture::Extremes, Picture::Flat, Picture::Half,
+                                 Picture::Ramp};
 
 void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
     switch (picture) {
@@ -69,6 +69,11 @@ void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
             for (std::size_t index = 0; index < bytes.size(); ++index) {
                 bytes.data()[index] = static_cast<std::uint8_t>(127 + random() % 2);
             }
+            return;
+        case Picture::Ramp:
+            // Rising slowly and evenly, so that symmetrical weights give exact halves.
+            for (std::size_t index = 0; index < bytes.size(); ++index)
+                bytes.data()[index] = static_cast<std::uint8_t>(index / 16);
     }
 }
 
@@ -84,22 +89,19 @@ void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& or
                                   Picture picture, Guard guard) {
     std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> sources;
     std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> found;
-    for (int row = 0; row < rowsAtOnce; ++row) {
-        sources[row] = std::make_unique<GuardedBytes>(4 * lengths.source, guard);
-        found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
-        Fill(*sources[row], picture, random);
-    }
-    ForEveryFilter<Axis::Horizontal>(lengths, [&](auto lists, const BoundedTable& bounded) {
-        const std::int64_t scratchPixels = bounded.longest() + scratchSlack + 5;
-        std::vector<float> scratch(static_cast<std::size_t>(scratchPixels) * 4 * rowsAtOnce);
+    ForEveryFilter<Axis::Horizontal>(lengths, [&](auto lists) {
+        FixedTable fixed;
+        ASSERT_TRUE(fixed.Build(lists, lengths.source));
+        const std::int64_t length = std::max(lengths.source, fixed.readLength());
         RowResampling job{.sources = {},
                           .order = order,
-                          .lists = bounded.lists(),
+                          .lists = fixed.lists(),
                           .listCount = lengths.destination,
-                          .scratch = scratch.data(),
-                          .scratchPixels = scratchPixels,
                           .destinations = {}};
         for (int row = 0; row < rowsAtOnce; ++row) {
+            sources[row] = std::make_unique<GuardedBytes>(4 * length, guard);
+            found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
+            Fill(*sources[row], picture, random);
             job.sources[row] = sources[row]->data();
             job.destinations[row] = found[row]->data();
         }
@@ -123,7 +125,9 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
     const PixelRows places{.places = rows.data(),
                            .stride = stride,
                            .capacity = static_cast<std::int32_t>(lengths.source)};
-    ForEveryFilter<Axis::Vertical>(lengths, [&](auto lists, const BoundedTable& bounded) {
+    ForEveryFilter<Axis::Vertical>(lengths, [&](auto lists) {
+        BoundedTable bounded;
+        ASSERT_TRUE(bounded.Build(lists));
         for (const ChannelOrder& from : testing::orders) {
             const ChannelOrder& to = testing::orders[random() % testing::orders.size()];
             const std::size_t y = random() % lists.size();
@@ -181,7 +185,9 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
     GuardedBytes ring(4 * 20 * 8 + rowPadding);
     ring.FillRandomly(random);
     const PixelRows places{.places = ring.data(), .stride = 4 * 20, .capacity = 8};
-    ForEveryFilter<Axis::Vertical>({300, 290}, [&](auto lists, const BoundedTable& bounded) {
+    ForEveryFilter<Axis::Vertical>({300, 290}, [&](auto lists) {
+        BoundedTable bounded;
+        ASSERT_TRUE(bounded.Build(lists));
         for (std::size_t y = 140; y < 150; ++y) {
             if (bounded.lists()[y].count > places.capacity) continue;
             std::vector<std::uint8_t> found(4 * 20);
@@ -202,14 +208,66 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
 INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
                          testing::LevelName);
 
-// A list of one's own making, to see which bounds it gets.
+// Lists of one's own making, to see which bounds they get.
+ContributionList ListOf(std::vector<Contribution>& entries, float weightSum) {
+    return {.entries = entries.data(),
+            .count = static_cast<std::int32_t>(entries.size()),
+            .weightSum = weightSum};
+}
+
 BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
-    const std::array lists = {ContributionList{.entries = entries.data(),
-                                               .count = static_cast<std::int32_t>(entries.size()),
-                                               .weightSum = weightSum}};
+    const std::array lists = {ListOf(entries, weightSum)};
     BoundedTable bounded;
     EXPECT_TRUE(bounded.Build(lists));
     return bounded.lists()[0];
+}
+
+FixedList FixedOf(std::vector<Contribution> entries, float weightSum,
+                  std::int64_t sourceLength = 10000) {
+    const std::array lists = {ListOf(entries, weightSum)};
+    FixedTable fixed;
+    EXPECT_TRUE(fixed.Build(lists, sourceLength));
+    return fixed.lists()[0];
+}
+
+TEST(FixedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
+    const FixedList list = FixedOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
+    EXPECT_EQ(list.slack, 0);
+    EXPECT_EQ(list.bias, 1 << (list.shift - 1));
+}
+
+TEST(FixedLists, LieHalfAStepAboveForPlainMeans) {
+    const FixedList list = FixedOf({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}}, 3.0F);
+    EXPECT_EQ(list.slack, 0);
+    EXPECT_EQ(list.bias, (1 << (list.shift - 1)) + (1 << list.shift) / 12);
+}
+
+TEST(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
+    const FixedList list = FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F);
+    const double unit = std::ldexp(1.0, -list.shift);
+    EXPECT_GT(list.slack, 0);
+    EXPECT_LT(list.slack * unit, 0.01);
+    EXPECT_GT(list.fineSlack, 0);
+    EXPECT_LT(list.fineSlack * std::ldexp(unit, -list.fineShift), 1e-6);
+}
+
+TEST(FixedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
+    for (const FixedList& list :
+         {FixedOf({{1.0F, 0}, {-1.0F, 1}}, 0.0F), FixedOf({{1.0F, 0}, {-0.999F, 1}}, 0.001F),
+          FixedOf({{0.3F, 0}}, std::nanf("")), FixedOf({{0.3F, 0}, {0.7F, 9000}}, 1.0F)}) {
+        EXPECT_EQ(list.count, 0);
+        EXPECT_GE(list.slack >> list.shift, 256);
+        EXPECT_GE(list.fineSlack >> (list.shift + list.fineShift), 256);
+    }
+}
+
+TEST(FixedLists, KeepTheirGroupsInsideTheSource) {
+    const FixedList inside = FixedOf({{0.5F, 5}, {0.5F, 6}}, 1.0F, 7);
+    EXPECT_EQ(inside.first, 3);
+    EXPECT_EQ(inside.count, 4);
+    const FixedList beyond = FixedOf({{0.5F, 1}, {0.5F, 2}}, 1.0F, 3);
+    EXPECT_EQ(beyond.first, 0);
+    EXPECT_EQ(beyond.count, 4);
 }
 
 TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {

@@ -1,0 +1,35 @@
+// Contribution lists as the kernels along the rows read them: weights as fixed-point numbers of two
+// digits, with bounds on what lies below each digit.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/contribution.h"
+
+namespace zvk::kernels {
+
+// The weights of one destination coordinate, one per source coordinate from `first` on.
+//
+// Let v be the value that the definition truncates to a byte, C the sum of channel * coarse and F
+// that of channel * fine. In units of 2^-shift v lies in [C + bias, C + bias + slack]; in units of
+// 2^-(shift + fineShift) it lies fineBias to fineBias + fineSlack above (C + half) 2^fineShift + F,
+// where half is a half, 2^(shift - 1). Where both ends of an interval have one whole part it is the
+// byte of v; where the second interval leaves two, the list in `exact` decides.
+struct FixedList {
+    const std::int16_t* coarse;  // `count` of them
+    const std::int16_t* fine;    // and of these
+    const ContributionList* exact;
+    std::int32_t first;
+    std::int32_t count;  // a multiple of `fixedGroup`
+    std::int32_t shift;
+    std::int32_t bias;
+    std::int32_t slack;
+    std::int32_t fineShift;
+    std::int32_t fineBias;
+    std::int32_t fineSlack;
+};
+
+// Kernels read weights and pixels in groups of at most this many.
+inline constexpr std::int32_t fixedGroup = 4;
+
+}  // namespace zvk::kernels

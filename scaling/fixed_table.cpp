@@ -1,0 +1,213 @@
+// Fixed-point weights and their bounds.
+//
+// Let w be a list's weights, W their sum, x = w / W, A = sum |x|, n the number of weights and c the
+// channels, which are at most 255. The definition truncates v = sum(c w) / W + 0.5, formed in
+// double; its roundings, and those of x here, stay below e = (n + 8) 2^-52 (255 A + 1).
+//
+// The coarse digit of x is the nearest multiple q of 2^-shift, and r = x - q is known exactly. So
+// v lies between sum(c q) + 0.5 + 255 sum(min(r, 0)) - e and sum(c q) + 0.5 + 255 sum(max(r, 0)) + e.
+// The fine digit is the nearest multiple of 2^-(shift + fineShift) to r, and what it leaves bounds
+// v in the same way. Digits are chosen so short that no sum of products reaches 2^31.
+#include "scaling/fixed_table.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zvk {
+
+namespace {
+
+using kernels::FixedList;
+
+constexpr double greatestDigit = 32767.0;
+constexpr double greatestChannel = 255.0;
+
+// With these, sums of channels times coarse digits stay below 2^30.
+constexpr int longestShift = 21;
+constexpr double greatestMagnitude = 64.0;
+constexpr std::int64_t longestFixed = 8192;
+
+// With these, sums of channels times fine digits, at most half of 2^fineShift, stay below 2^31.
+constexpr std::int64_t longestWithFullDigit = 512;
+constexpr std::int32_t fullFineShift = 15;
+constexpr std::int32_t shortFineShift = 11;
+
+bool IsPowerOfTwo(double value) {
+    int exponent = 0;
+    return value > 0.0 && std::frexp(value, &exponent) == 0.5;
+}
+
+std::span<const Contribution> EntriesOf(const ContributionList& list) {
+    return {list.entries, static_cast<std::size_t>(list.count)};
+}
+
+double RoundToNearest(double value) {
+    return std::floor(value + 0.5);
+}
+
+// The sum of the magnitudes of normalised weights, and the greatest of them.
+struct Magnitudes {
+    double sum = 0.0;
+    double greatest = 0.0;
+
+    explicit Magnitudes(const ContributionList& list) {
+        for (const Contribution& entry : EntriesOf(list)) {
+            const double magnitude = std::fabs(double{entry.weight} / list.weightSum);
+            sum += magnitude;
+            greatest = std::max(greatest, magnitude);
+        }
+    }
+};
+
+// The longest shift for which coarse digits fit.
+int ShiftFor(const Magnitudes& magnitudes) {
+    int exponent = 0;
+    std::frexp(magnitudes.sum, &exponent);
+    int shift = longestShift - std::max(exponent, 0);
+    while (std::ldexp(magnitudes.greatest, shift) > greatestDigit)
+        --shift;
+    return shift;
+}
+
+// What all remainders of one sign can add up to.
+struct Remainders {
+    double below = 0.0;
+    double above = 0.0;
+
+    void Add(double remainder) {
+        below += greatestChannel * std::min(remainder, 0.0);
+        above += greatestChannel * std::max(remainder, 0.0);
+    }
+};
+
+// An interval of whole numbers that holds [remainders.below - error, remainders.above + error].
+struct WholeInterval {
+    std::int32_t begin;
+    std::int32_t length;
+
+    WholeInterval(const Remainders& remainders, double error)
+        : begin(static_cast<std::int32_t>(std::floor(remainders.below - error))),
+          length(static_cast<std::int32_t>(std::ceil(remainders.above + error)) - begin) {}
+};
+
+// Whether the list is a plain mean of n pixels; then v is a multiple of 1 / 2n.
+bool IsPlainMean(const ContributionList& list) {
+    const auto entries = EntriesOf(list);
+    return list.weightSum == static_cast<float>(list.count) &&
+           std::all_of(entries.begin(), entries.end(),
+                       [](const Contribution& entry) { return entry.weight == 1.0F; });
+}
+
+// Chooses the bounds of the coarse digit. `error` is in its units.
+void SetCoarseBounds(FixedList& fixed, const Remainders& remainders, double error) {
+    const ContributionList& exact = *fixed.exact;
+    const std::int32_t half = 1 << (fixed.shift - 1);
+    // Nothing is rounded: not by the digits, and so neither by the definition, whose sums are short
+    // multiples of a power of two.
+    if (remainders.below == 0.0 && remainders.above == 0.0 && IsPowerOfTwo(exact.weightSum)) {
+        fixed.bias = half;
+        fixed.slack = 0;
+        return;
+    }
+    // Half a step above the value, where nothing reaches the next multiple.
+    const double step = std::ldexp(0.5 / exact.count, fixed.shift);
+    const double reach = std::max(remainders.above, -remainders.below) + error + 1.0;
+    if (reach < step / 2 && IsPlainMean(exact)) {
+        fixed.bias = half + static_cast<std::int32_t>(step / 2);
+        fixed.slack = 0;
+        return;
+    }
+    const WholeInterval interval(remainders, error);
+    fixed.bias = half + interval.begin;
+    fixed.slack = interval.length;
+}
+
+// Nothing is settled where the weights do not normalise to numbers of a reasonable size or are too
+// many: both intervals hold several bytes.
+void LeaveOpen(FixedList& fixed) {
+    fixed.first = 0;
+    fixed.count = 0;
+    fixed.shift = 8;
+    fixed.slack = 1 << 16;
+    fixed.fineShift = 0;
+    fixed.fineSlack = 1 << 16;
+}
+
+// Fills in a list whose weights lie at `coarse` and `fine`, all zeros so far.
+void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
+    const ContributionList& exact = *fixed.exact;
+    fixed.coarse = coarse;
+    fixed.fine = fine;
+    fixed.shift = 1;
+    if (exact.count == 0) return;
+    const Magnitudes magnitudes(exact);
+    if (!(magnitudes.sum <= greatestMagnitude) || fixed.count == 0) {
+        LeaveOpen(fixed);
+        return;
+    }
+    fixed.shift = ShiftFor(magnitudes);
+    fixed.fineShift = fixed.count <= longestWithFullDigit ? fullFineShift : shortFineShift;
+    Remainders belowCoarse;
+    Remainders belowFine;
+    const double coarseScale = std::ldexp(1.0, fixed.shift);
+    const double fineScale = std::ldexp(1.0, fixed.fineShift);
+    for (const Contribution& entry : EntriesOf(exact)) {
+        const double scaled = double{entry.weight} / exact.weightSum * coarseScale;
+        const double digit = RoundToNearest(scaled);
+        belowCoarse.Add(scaled - digit);
+        const double scaledRest = (scaled - digit) * fineScale;
+        const double fineDigit = RoundToNearest(scaledRest);
+        belowFine.Add(scaledRest - fineDigit);
+        const std::int32_t place = entry.pixel - fixed.first;
+        coarse[place] = static_cast<std::int16_t>(digit);
+        fine[place] = static_cast<std::int16_t>(fineDigit);
+    }
+    const double error =
+        (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
+    SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
+    const WholeInterval interval(belowFine, error * coarseScale * fineScale);
+    fixed.fineBias = interval.begin;
+    fixed.fineSlack = interval.length;
+}
+
+// The number of weights of a list, rounded up to whole groups; none for a list that is too long.
+std::int32_t PaddedLength(const ContributionList& list) {
+    if (list.count == 0) return 0;
+    const std::int64_t length =
+        std::int64_t{list.entries[list.count - 1].pixel} - list.entries[0].pixel + 1;
+    if (length > longestFixed) return 0;
+    constexpr std::int64_t group = kernels::fixedGroup;
+    return static_cast<std::int32_t>((length + group - 1) / group * group);
+}
+
+}  // namespace
+
+bool FixedTable::Build(std::span<const ContributionList> exact, std::int64_t sourceLength) {
+    std::int64_t weightCount = 0;
+    for (const ContributionList& list : exact)
+        weightCount += PaddedLength(list);
+    lists_ = AllocateZeroed<FixedList>(static_cast<std::int64_t>(exact.size()));
+    digits_ = AllocateZeroed<std::int16_t>(2 * weightCount + 1);
+    if (lists_ == nullptr || digits_ == nullptr) return false;
+
+    std::int16_t* digits = digits_.get();
+    FixedList* fixed = lists_.get();
+    for (const ContributionList& list : exact) {
+        const std::int32_t length = PaddedLength(list);
+        fixed->exact = &list;
+        fixed->count = length;
+        if (length > 0) {
+            // The group's surplus lies before the list where it would lie beyond the source.
+            const std::int64_t last = std::max<std::int64_t>(sourceLength - length, 0);
+            fixed->first =
+                static_cast<std::int32_t>(std::min<std::int64_t>(list.entries[0].pixel, last));
+        }
+        readLength_ = std::max(readLength_, std::int64_t{fixed->first} + length);
+        FillFixed(*fixed, digits, digits + length);
+        digits += 2 * static_cast<std::ptrdiff_t>(length);
+        ++fixed;
+    }
+    return true;
+}
+
+}  // namespace zvk
