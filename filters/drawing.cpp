@@ -145,9 +145,12 @@ class RowPainter {
 
     static void MakeOpaque(const kernels::RowDrawing& job, Columns columns) {
         if (columns.begin >= columns.end) return;
-        kernels::SelectedKernels().makeRowOpaque(
-            job.destination + columns.begin * bytesPerPixelWord, job.order,
-            columns.end - columns.begin);
+        std::uint8_t* pixels = job.destination + columns.begin * bytesPerPixelWord;
+        kernels::SelectedKernels().copyRow({.source = pixels,
+                                            .sourceOrder = job.order,
+                                            .destination = pixels,
+                                            .order = job.order,
+                                            .width = columns.end - columns.begin});
     }
 
     static void DrawBorder(kernels::RowDrawing job, Columns columns) {

@@ -170,18 +170,6 @@ struct DoublePairs {
     }
 };
 
-template <typename Simd>
-void MakeRowOpaque(std::uint8_t* pixels, const ChannelOrder& order, std::int64_t width) {
-    const typename Simd::Arrangement makeOpaque(order, order);
-    std::int64_t x = 0;
-    for (; x + drawnPixelsAtOnce <= width; x += drawnPixelsAtOnce) {
-        std::uint8_t* place = pixels + x * bytesPerPixelWord;
-        Simd::StoreAll(place, makeOpaque(Simd::LoadAll(place)));
-    }
-    for (; x < width; ++x)
-        pixels[x * bytesPerPixelWord + order.alpha] = order.opaque;
-}
-
 template <typename Words>
 void DrawPlainRow(const RowDrawing& job, const PlainWeights& weights) {
     PlainDrawer<Words>(job, weights).Run();

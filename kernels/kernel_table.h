@@ -41,6 +41,16 @@ struct ColumnBlending {
     std::uint8_t* destination;
 };
 
+// A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
+// or are one and the same.
+struct RowCopying {
+    const std::uint8_t* source;
+    ChannelOrder sourceOrder;
+    std::uint8_t* destination;
+    ChannelOrder order;
+    std::int64_t width;  // in pixels
+};
+
 // Bytes that are read from a row at once.
 inline constexpr std::int64_t rowPadding = 64;
 
@@ -61,10 +71,11 @@ struct KernelTable {
     void (*blurColumns)(const ColumnBlurring& job);
     void (*blurRows)(const RowBlurring& job);
     // Fractional drawing over columns whose source pixels all lie inside the source and its mask,
-    // for rows that share no memory with them; and over columns that take nothing.
+    // for rows that share no memory with them.
     void (*drawPlainRow)(const RowDrawing& job, const PlainWeights& weights);
     void (*drawWeightedRow)(const RowDrawing& job, const WeightTables& weights);
-    void (*makeRowOpaque)(std::uint8_t* pixels, const ChannelOrder& order, std::int64_t width);
+    // Copies pixels and makes them opaque.
+    void (*copyRow)(const RowCopying& job);
 };
 
 // The tables of each level; only the levels that the machine offers may be called.

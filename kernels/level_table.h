@@ -5,6 +5,7 @@
 #include "kernels/box_average_body.h"
 #include "kernels/box_blur_body.h"
 #include "kernels/compositing_body.h"
+#include "kernels/copying_body.h"
 #include "kernels/interpolation_body.h"
 #include "kernels/kernel_table.h"
 #include "kernels/resampling_body.h"
@@ -12,8 +13,8 @@
 namespace zvk::kernels {
 namespace {
 
-// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Taps` sums of taps along a
-// row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
+// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Taps` sums of taps along
+// a row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
 template <typename Simd, typename Narrow, typename Taps, typename Words, typename Doubles>
 constexpr KernelTable TableOf(InstructionSet level) {
     return {.instructionSet = level,
@@ -27,7 +28,7 @@ constexpr KernelTable TableOf(InstructionSet level) {
             .blurRows = BlurRowsInVectors<Words>,
             .drawPlainRow = DrawPlainRow<Words>,
             .drawWeightedRow = DrawWeightedRow<Narrow, Doubles>,
-            .makeRowOpaque = MakeRowOpaque<Narrow>};
+            .copyRow = CopyRow<Simd, Narrow>};
 }
 
 }  // namespace

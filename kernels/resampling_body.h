@@ -2,10 +2,10 @@
 // files that instantiate it and by nothing else; everything here is internal to each of them.
 //
 // Exactness: along a row, sums are formed in integers with one digit of the weights, then with two;
-// down a column in single precision, in any order, fused or not. A list's bias and slack say between
-// which two values the definition's sum lies; where both have one whole part, that is the byte. What
-// is still open is computed by the definition: its products are exact along a row, and so may be
-// fused there, and they are rounded to single precision down a column.
+// down a column in single precision, in any order, fused or not. A list's bias and slack say
+// between which two values the definition's sum lies; where both have one whole part, that is the
+// byte. What is still open is computed by the definition: its products are exact along a row, and
+// so may be fused there, and they are rounded to single precision down a column.
 #pragma once
 
 #include "kernels/kernel_table.h"
@@ -92,9 +92,8 @@ class RowResampler {
             }
         }
         const double weightSum = list.weightSum;
-        return _mm_packus_epi16(
-            _mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
-            _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
+        return _mm_packus_epi16(_mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
+                                _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
     }
 
     // Stores four neighbouring pixels of each row.
@@ -208,14 +207,12 @@ class ColumnBlender {
             const __m128 weight = _mm_set1_ps(entry.weight);
             for (int pixel = 0; pixel < 4; ++pixel) {
                 const __m128 values = Narrow::LoadBytes(pixels + pixel * bytesPerPixelWord);
-                sums[pixel] =
-                    sums[pixel] + DoublePixel::FromFloats(_mm_mul_ps(values, weight));
+                sums[pixel] = sums[pixel] + DoublePixel::FromFloats(_mm_mul_ps(values, weight));
             }
         }
         const double weightSum = list.weightSum;
-        return _mm_packus_epi16(
-            _mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
-            _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
+        return _mm_packus_epi16(_mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
+                                _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
     }
 
     const ColumnBlending& job_;

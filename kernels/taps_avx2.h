@@ -32,8 +32,8 @@ struct DoublePixelAvx2 {
     // The mean of what was summed up, rounded half up and truncated; the most negative integer for
     // what is out of range.
     __m128i Mean(double weightSum) const {
-        return _mm256_cvttpd_epi32(_mm256_add_pd(
-            _mm256_div_pd(channels, _mm256_set1_pd(weightSum)), _mm256_set1_pd(0.5)));
+        return _mm256_cvttpd_epi32(
+            _mm256_add_pd(_mm256_div_pd(channels, _mm256_set1_pd(weightSum)), _mm256_set1_pd(0.5)));
     }
 };
 
@@ -48,10 +48,9 @@ inline __m256i TapPattern() {
 inline __m256i LoadTapWeights(const std::int16_t* weights) {
     long long all = 0;
     __builtin_memcpy(&all, weights, sizeof all);
-    return _mm256_shuffle_epi8(
-        _mm256_set1_epi64x(all),
-        _mm256_setr_epi32(0x03020100, 0x03020100, 0x03020100, 0x03020100, 0x07060504, 0x07060504,
-                          0x07060504, 0x07060504));
+    return _mm256_shuffle_epi8(_mm256_set1_epi64x(all),
+                               _mm256_setr_epi32(0x03020100, 0x03020100, 0x03020100, 0x03020100,
+                                                 0x07060504, 0x07060504, 0x07060504, 0x07060504));
 }
 
 struct Avx2Taps {
@@ -109,9 +108,7 @@ struct Avx2Taps {
             }
         }
 
-        Totals Reduce() const {
-            return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])};
-        }
+        Totals Reduce() const { return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])}; }
 
         static __m256i SumHalves(__m256i first, __m256i second) {
             return _mm256_add_epi32(_mm256_permute2x128_si256(first, second, 0x20),

@@ -22,17 +22,15 @@ struct Avx512Taps {
         Totals operator+(std::int32_t number) const {
             return {_mm512_add_epi32(rows, _mm512_set1_epi32(number))};
         }
-        Totals operator+(const Totals& other) const {
-            return {_mm512_add_epi32(rows, other.rows)};
-        }
+        Totals operator+(const Totals& other) const { return {_mm512_add_epi32(rows, other.rows)}; }
         Totals operator>>(std::int32_t count) const {
             return {_mm512_sra_epi32(rows, _mm_cvtsi32_si128(count))};
         }
 
         // Whether any colour channel differs in the bits from `shift` on.
         bool DiffersAbove(std::int32_t shift, const Totals& other, __m128i colours) const {
-            const __m512i high = _mm512_srl_epi32(_mm512_xor_si512(rows, other.rows),
-                                                  _mm_cvtsi32_si128(shift));
+            const __m512i high =
+                _mm512_srl_epi32(_mm512_xor_si512(rows, other.rows), _mm_cvtsi32_si128(shift));
             return _mm512_test_epi32_mask(high, _mm512_broadcast_i32x4(colours)) != 0;
         }
 

@@ -40,9 +40,8 @@ struct DoublePixelSse2 {
     __m128i Mean(double weightSum) const {
         const __m128d divisor = _mm_set1_pd(weightSum);
         const __m128d half = _mm_set1_pd(0.5);
-        return _mm_unpacklo_epi64(
-            _mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(low, divisor), half)),
-            _mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(high, divisor), half)));
+        return _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(low, divisor), half)),
+                                  _mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(high, divisor), half)));
     }
 };
 
@@ -76,8 +75,7 @@ struct Sse2Taps {
             for (int row = 0; row < rowCount; ++row)
                 bits = _mm_or_si128(bits, _mm_xor_si128(rows[row], other.rows[row]));
             const __m128i high = _mm_srl_epi32(bits, _mm_cvtsi32_si128(shift));
-            const __m128i same =
-                _mm_cmpeq_epi32(_mm_and_si128(high, colours), _mm_setzero_si128());
+            const __m128i same = _mm_cmpeq_epi32(_mm_and_si128(high, colours), _mm_setzero_si128());
             return _mm_movemask_epi8(same) != 0xFFFF;
         }
 
@@ -105,8 +103,8 @@ struct Sse2Taps {
                  const std::int16_t* weights) {
             const __m128i pair = LoadPair(weights);
             for (int row = 0; row < rowCount; ++row) {
-                rows[row] = _mm_add_epi32(rows[row],
-                                          _mm_madd_epi16(LoadTaps(sources[row] + offset), pair));
+                rows[row] =
+                    _mm_add_epi32(rows[row], _mm_madd_epi16(LoadTaps(sources[row] + offset), pair));
             }
         }
         Totals Reduce() const { return {{rows[0], rows[1], rows[2], rows[3]}}; }

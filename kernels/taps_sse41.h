@@ -20,8 +20,8 @@ struct Sse41Taps : Sse2Taps {
             for (int row = 0; row < rowCount; ++row) {
                 const __m128i both =
                     _mm_loadl_epi64(reinterpret_cast<const __m128i*>(sources[row] + offset));
-                rows[row] = _mm_add_epi32(
-                    rows[row], _mm_madd_epi16(_mm_shuffle_epi8(both, byChannel), pair));
+                rows[row] = _mm_add_epi32(rows[row],
+                                          _mm_madd_epi16(_mm_shuffle_epi8(both, byChannel), pair));
             }
         }
     };

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <type_traits>
 
@@ -40,6 +42,9 @@ class ContributionTable {
     Buffer<ContributionList> lists_;
     std::int64_t length_ = 0;
 };
+
+// The pixel whose bytes a list always gives, along a row and down a column, if there is one.
+std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 
 // How far source coordinates lie apart along an axis, and which of them a destination coordinate
 // looks at.
@@ -92,27 +97,85 @@ constexpr std::int64_t EnlargingCapacity() {
     return static_cast<std::int64_t>(2.0 * Filter::radius + 2.0);
 }
 
-// Fills `list` with the nonzero weights of the window around `centre`, whose offsets are multiplied
-// by `stretch`. The list stays empty if there is no memory for its entries: the coordinate then
-// comes out black.
+// Fills lists with the nonzero weights of their windows, whose offsets are multiplied by `stretch`.
+//
+// A weight depends on nothing but the distance between a pixel and the centre, and that on nothing
+// but the pixel's place in the window and the distance between the window and the centre. The last
+// of these is exact in double, since no window begins behind its centre. So lists in which it is
+// the same have the same weights, bit for bit, and one is copied from the other.
 template <typename Filter>
-void FillList(ContributionList& list, std::int64_t capacity, const Window& window, double centre,
-              double stretch) {
-    list = {};
-    Buffer<Contribution> entries = AllocateZeroed<Contribution>(capacity);
-    if (entries == nullptr) return;
-    double sum = 0.0;
-    for (std::int64_t pixel = window.first; pixel <= window.last; ++pixel) {
-        const double weight =
-            Filter::Weight(std::fabs(AxisMapping::Offset(centre, pixel) * stretch));
-        if (weight == 0.0) continue;
-        entries[list.count++] = {.weight = static_cast<float>(weight),
-                                 .pixel = static_cast<std::int32_t>(pixel)};
-        sum += weight;
+class ListFiller {
+  public:
+    explicit ListFiller(double stretch) : stretch_(stretch) {}
+
+    // Fills `list`. It stays empty if there is no memory for its entries: the coordinate then comes
+    // out black.
+    void Fill(ContributionList& list, std::int64_t capacity, const Window& window, double centre) {
+        list = {};
+        Buffer<Contribution> entries = AllocateZeroed<Contribution>(capacity);
+        if (entries == nullptr) return;
+        const Filled filled{.distance = centre - static_cast<double>(window.first),
+                            .window = window,
+                            .list = &list};
+        if (const Filled* twin = FindTwin(filled)) {
+            Copy(*twin, window.first, entries.get(), list);
+        } else {
+            Compute(window, centre, entries.get(), list);
+            remembered_[next_] = filled;
+            next_ = (next_ + 1) % remembered_.size();
+        }
+        list.entries = entries.release();
     }
-    list.weightSum = static_cast<float>(sum);
-    list.entries = entries.release();
-}
+
+  private:
+    struct Filled {
+        double distance;
+        Window window;
+        const ContributionList* list;
+
+        std::int64_t length() const { return window.last - window.first; }
+    };
+
+    const Filled* FindTwin(const Filled& wanted) const {
+        const auto twin = std::ranges::find_if(remembered_, [&](const Filled& filled) {
+            return filled.list != nullptr && filled.distance == wanted.distance &&
+                   filled.length() == wanted.length();
+        });
+        return twin == remembered_.end() ? nullptr : &*twin;
+    }
+
+    static void Copy(const Filled& twin, std::int64_t first, Contribution* entries,
+                     ContributionList& list) {
+        const std::int64_t shift = first - twin.window.first;
+        for (; list.count < twin.list->count; ++list.count) {
+            const Contribution& entry = twin.list->entries[list.count];
+            entries[list.count] = {.weight = entry.weight,
+                                   .pixel = static_cast<std::int32_t>(entry.pixel + shift)};
+        }
+        list.weightSum = twin.list->weightSum;
+    }
+
+    void Compute(const Window& window, double centre, Contribution* entries,
+                 ContributionList& list) const {
+        double sum = 0.0;
+        for (std::int64_t pixel = window.first; pixel <= window.last; ++pixel) {
+            const double weight =
+                Filter::Weight(std::fabs(AxisMapping::Offset(centre, pixel) * stretch_));
+            if (weight == 0.0) continue;
+            entries[list.count++] = {.weight = static_cast<float>(weight),
+                                     .pixel = static_cast<std::int32_t>(pixel)};
+            sum += weight;
+        }
+        list.weightSum = static_cast<float>(sum);
+    }
+
+    // Ratios of small whole numbers repeat after a few lists.
+    static constexpr std::size_t memory = 8;
+
+    double stretch_;
+    std::array<Filled, memory> remembered_{};
+    std::size_t next_ = 0;
+};
 
 // Fills one list per destination coordinate; `lists` are empty and their number is the destination
 // length. A source without pixels leaves them empty. Both lengths are below 2^31.
@@ -124,16 +187,18 @@ void ComputeContributions(std::int64_t sourceLength, std::span<ContributionList>
     if (mapping.IsReducing()) {
         const double halfWidth = Filter::radius / mapping.scale;
         const std::int64_t capacity = ReducingCapacity<Filter, axis>(halfWidth);
+        // The kernel is widened by compressing its argument; the factor that this leaves out
+        // cancels in the division by the sum of the weights.
+        ListFiller<Filter> filler(mapping.scale);
         for (ContributionList& list : lists) {
             const double centre = mapping.Centre(coordinate++);
             const auto window =
                 Window::Between(centre - halfWidth, centre + halfWidth, sourceLength);
-            // The kernel is widened by compressing its argument; the factor that this leaves out
-            // cancels in the division by the sum of the weights.
-            FillList<Filter>(list, capacity, window, centre, mapping.scale);
+            filler.Fill(list, capacity, window, centre);
         }
         return;
     }
+    ListFiller<Filter> filler(1.0);
     for (ContributionList& list : lists) {
         const double centre = mapping.Centre(coordinate++);
         double left = centre + -Filter::radius;
@@ -143,8 +208,8 @@ void ComputeContributions(std::int64_t sourceLength, std::span<ContributionList>
             left = std::floor(left);
             right = std::ceil(right);
         }
-        FillList<Filter>(list, EnlargingCapacity<Filter, axis>(),
-                         Window::Between(left, right, sourceLength), centre, 1.0);
+        filler.Fill(list, EnlargingCapacity<Filter, axis>(),
+                    Window::Between(left, right, sourceLength), centre);
     }
 }
 

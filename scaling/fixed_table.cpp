@@ -5,9 +5,9 @@
 // double; its roundings, and those of x here, stay below e = (n + 8) 2^-52 (255 A + 1).
 //
 // The coarse digit of x is the nearest multiple q of 2^-shift, and r = x - q is known exactly. So
-// v lies between sum(c q) + 0.5 + 255 sum(min(r, 0)) - e and sum(c q) + 0.5 + 255 sum(max(r, 0)) + e.
-// The fine digit is the nearest multiple of 2^-(shift + fineShift) to r, and what it leaves bounds
-// v in the same way. Digits are chosen so short that no sum of products reaches 2^31.
+// v lies between sum(c q) + 0.5 + 255 sum(min(r, 0)) - e and sum(c q) + 0.5 + 255 sum(max(r, 0)) +
+// e. The fine digit is the nearest multiple of 2^-(shift + fineShift) to r, and what it leaves
+// bounds v in the same way. Digits are chosen so short that no sum of products reaches 2^31.
 #include "scaling/fixed_table.h"
 
 #include <algorithm>
@@ -162,8 +162,7 @@ void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
         coarse[place] = static_cast<std::int16_t>(digit);
         fine[place] = static_cast<std::int16_t>(fineDigit);
     }
-    const double error =
-        (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
+    const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
     const WholeInterval interval(belowFine, error * coarseScale * fineScale);
     fixed.fineBias = interval.begin;

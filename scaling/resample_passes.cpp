@@ -13,25 +13,42 @@ RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> 
     : reader_(reader),
       lists_(lists),
       order_(ChannelOrderOf(reader.pixelFormat)),
-      useKernels_(order_ && PrepareKernels()) {
+      copiesRows_(order_ && IsCopy()),
+      useKernels_(order_ && !copiesRows_ && PrepareKernels()) {
+}
+
+bool RowPass::IsCopy() const {
+    if (std::ssize(lists_) != reader_.width) return false;
+    std::int32_t x = 0;
+    return std::ranges::all_of(
+        lists_, [&x](const ContributionList& list) { return CopiedPixel(list) == x++; });
 }
 
 bool RowPass::PrepareKernels() {
     if (!fixed_.Build(lists_, reader_.width)) return false;
     if (fixed_.readLength() <= reader_.width) return true;
-    padded_ = AllocateZeroed<std::uint8_t>(fixed_.readLength() * bytesPerPixelWord *
-                                           kernels::rowsAtOnce);
+    padded_ =
+        AllocateZeroed<std::uint8_t>(fixed_.readLength() * bytesPerPixelWord * kernels::rowsAtOnce);
     return padded_ != nullptr;
 }
 
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
-    if (useKernels_) {
+    if (copiesRows_) {
+        CopyRows(first, last, rows);
+    } else if (useKernels_) {
         RunKernels(first, last, rows);
     } else if (order_) {
         for (std::int64_t y = first; y < last; ++y) {
             kernels::ResampleRow(reader_.RowAddress(y), *order_, lists_, rows.Row(y));
         }
     }
+}
+
+void RowPass::CopyRows(std::int64_t first, std::int64_t last,
+                       const kernels::PixelRows& rows) const {
+    const auto size = static_cast<std::size_t>(reader_.width * bytesPerPixelWord);
+    for (std::int64_t y = first; y < last; ++y)
+        std::memcpy(rows.Row(y), reader_.RowAddress(y), size);
 }
 
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
@@ -81,6 +98,7 @@ RowRange ColumnPass::RowsFor(std::int64_t y) const {
 
 void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
                           const PictureWriter& writer) const {
+    if (const auto row = CopiedRow(y)) return CopyRow(y, rows.Row(*row), width, writer);
     const auto order = ChannelOrderOf(writer.pixelFormat);
     const std::int64_t writableWidth = writer.WritableWidth(width);
     if (!order || writableWidth < 1) return;
@@ -95,6 +113,18 @@ void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::i
         kernels::ResampleColumns(rows, rowOrder_, lists_[static_cast<std::size_t>(y)], *order,
                                  writableWidth, writer.RowAddress(y));
     }
+}
+
+void ColumnPass::CopyRow(std::int64_t y, const std::uint8_t* pixels, std::int64_t width,
+                         const PictureWriter& writer) const {
+    const auto order = ChannelOrderOf(writer.pixelFormat);
+    const std::int64_t writableWidth = writer.WritableWidth(width);
+    if (!order || writableWidth < 1) return;
+    kernels::SelectedKernels().copyRow({.source = pixels,
+                                        .sourceOrder = rowOrder_,
+                                        .destination = writer.RowAddress(y),
+                                        .order = *order,
+                                        .width = writableWidth});
 }
 
 }  // namespace zvk

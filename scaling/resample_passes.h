@@ -10,6 +10,7 @@
 #include "kernels/pixel_rows.h"
 #include "pixels/picture_editor.h"
 #include "scaling/bounded_table.h"
+#include "scaling/contributions.h"
 #include "scaling/fixed_table.h"
 
 namespace zvk {
@@ -20,12 +21,17 @@ class RowPass {
     // `lists` must outlive the pass.
     RowPass(const PictureReader& reader, std::span<const ContributionList> lists);
 
+    // Whether every pixel gives just its own bytes.
+    bool CopiesRows() const { return copiesRows_; }
+
     // Resamples the reader's rows from `first` to before `last` into their places in `rows`. A
     // picture in no known format leaves them as they are, and zeros read as black.
     void Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
 
   private:
+    bool IsCopy() const;
     bool PrepareKernels();
+    void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
     const std::uint8_t* ReadableRow(std::int64_t y, int place) const;
 
@@ -35,6 +41,7 @@ class RowPass {
     FixedTable fixed_;
     // Room for rows that the kernels would read beyond, if there are any.
     Buffer<std::uint8_t> padded_;
+    bool copiesRows_;
     bool useKernels_;
 };
 
@@ -61,6 +68,15 @@ class ColumnPass {
     // pixels. A picture in no known format receives no pixels.
     void WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
                   const PictureWriter& writer) const;
+
+    // The one row whose bytes row `y` of the picture has, if there is one.
+    std::optional<std::int32_t> CopiedRow(std::int64_t y) const {
+        return CopiedPixel(lists_[static_cast<std::size_t>(y)]);
+    }
+
+    // Copies pixels in the reader's order into row `y` of the writer's picture, as WriteRow does.
+    void CopyRow(std::int64_t y, const std::uint8_t* pixels, std::int64_t width,
+                 const PictureWriter& writer) const;
 
   private:
     std::span<const ContributionList> lists_;

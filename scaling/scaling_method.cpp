@@ -128,6 +128,11 @@ class ResampleEngine {
         }
         std::int64_t done = 0;
         for (std::int64_t y = 0; y < height_; ++y) {
+            const auto copied = columnPass.CopiedRow(y);
+            if (copied && rowPass.CopiesRows()) {
+                columnPass.CopyRow(y, reader_.RowAddress(*copied), width_, writer);
+                continue;
+            }
             const RowRange needed = columnPass.RowsFor(y);
             if (needed.last > done) {
                 const std::int64_t first = std::max(done, needed.first);

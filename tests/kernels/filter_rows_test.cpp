@@ -245,17 +245,38 @@ TEST_P(FilterRowKernels, DrawEveryWidthAndAnyWeightsAndTouchNothingElse) {
     }
 }
 
-TEST_P(FilterRowKernels, MakeEveryWidthOpaqueAndTouchNothingElse) {
+TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        const Guard guard = width % 2 ? Guard::Behind : Guard::Before;
+        for (const ChannelOrder& from : testing::orders) {
+            GuardedBytes source(4 * width, guard);
+            source.FillRandomly(random);
+            for (const ChannelOrder& to : testing::orders) {
+                std::vector<std::uint8_t> expected(source.size());
+                for (std::size_t x = 0; x < expected.size(); x += 4) {
+                    expected[x + to.red] = source.data()[x + from.red];
+                    expected[x + to.green] = source.data()[x + from.green];
+                    expected[x + to.blue] = source.data()[x + from.blue];
+                    expected[x + to.alpha] = to.opaque;
+                }
+                GuardedBytes found(4 * width, guard);
+                kernels().copyRow({source.data(), from, found.data(), to, width});
+                ASSERT_EQ(std::vector(found.data(), found.data() + found.size()), expected);
+            }
+        }
+    }
+}
+
+TEST_P(FilterRowKernels, MakeRowsOpaqueInTheirPlace) {
     for (std::int64_t width = 1; width <= 70; ++width) {
         for (const ChannelOrder& order : testing::orders) {
             GuardedBytes row(4 * width, width % 2 ? Guard::Behind : Guard::Before);
             row.FillRandomly(random);
             std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
-            for (std::size_t x = 0; x < expected.size(); x += 4) {
+            for (std::size_t x = 0; x < expected.size(); x += 4)
                 expected[x + order.alpha] = order.opaque;
-            }
-            kernels().makeRowOpaque(row.data(), order, width);
-            ASSERT_EQ(std::vector<std::uint8_t>(row.data(), row.data() + row.size()), expected);
+            kernels().copyRow({row.data(), order, row.data(), order, width});
+            ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected);
         }
     }
 }

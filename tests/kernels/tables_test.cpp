@@ -21,7 +21,7 @@ std::vector<const void*> SlotsOf(const KernelTable& table) {
             reinterpret_cast<const void*>(table.blurRows),
             reinterpret_cast<const void*>(table.drawPlainRow),
             reinterpret_cast<const void*>(table.drawWeightedRow),
-            reinterpret_cast<const void*>(table.makeRowOpaque)};
+            reinterpret_cast<const void*>(table.copyRow)};
 }
 
 TEST(KernelTables, HoldAFunctionOfTheirOwnInEverySlot) {

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace zvk {
@@ -52,6 +56,51 @@ TEST(Contributions, OfEqualSizesTakeTheEnlargingRoad) {
     const auto middle = static_cast<float>(0.8888888888888888);
     EXPECT_EQ(mitchell.Weights(4), (std::vector<float>{side, middle, side}));
     EXPECT_EQ(mitchell.Pixels(4), (std::vector<int>{3, 4, 5}));
+}
+
+TEST(Contributions, AreTheSameWhereverTheWindowLiesTheSameToItsCentre) {
+    // Ratios at which lists repeat, at which they nearly repeat, and at which they do not.
+    for (const auto& [source, destination] :
+         {std::pair{400, 100}, {100, 400}, {90, 30}, {30, 90}, {97, 31}, {31, 97}, {64, 64}}) {
+        Table<Lanczos3Filter, Axis::Vertical> table(source, destination);
+        const AxisMapping mapping(source, destination);
+        const double stretch = std::min(mapping.scale, 1.0);
+        for (int y = 0; y < destination; ++y) {
+            double sum = 0.0;
+            for (int index = 0; index < table[y].count; ++index) {
+                const Contribution& entry = table[y].entries[index];
+                const double offset = AxisMapping::Offset(mapping.Centre(y), entry.pixel);
+                const double weight = Lanczos3Filter::Weight(std::fabs(offset * stretch));
+                ASSERT_EQ(entry.weight, static_cast<float>(weight));
+                sum += weight;
+            }
+            ASSERT_EQ(table[y].weightSum, static_cast<float>(sum));
+        }
+    }
+}
+
+TEST(CopiedPixels, AreThoseThatOutweighAllOthers) {
+    Table<Lanczos8Filter> same(40, 40);
+    Table<BicubicFilter> cubic(40, 40);
+    Table<BoxFilter> box(40, 80);
+    for (int x = 0; x < 40; ++x) {
+        EXPECT_EQ(CopiedPixel(same[x]), x);
+        EXPECT_EQ(CopiedPixel(cubic[x]), x);
+        EXPECT_EQ(CopiedPixel(box[2 * x]), x);
+    }
+}
+
+TEST(CopiedPixels, AreNoneWhereSeveralCountOrNothingIsLeft) {
+    Table<MitchellFilter> mitchell(9, 9);
+    EXPECT_EQ(CopiedPixel(mitchell[4]), std::nullopt);
+    Table<TriangleFilter> triangle(9, 8);
+    EXPECT_EQ(CopiedPixel(triangle[4]), std::nullopt);
+    Contribution entries[] = {{1.0F, 3}, {-1.0F, 4}};
+    EXPECT_EQ(CopiedPixel({entries, 0, 0.0F}), std::nullopt);
+    EXPECT_EQ(CopiedPixel({entries, 2, 0.0F}), std::nullopt);
+    entries[0].weight = 0.0F;
+    EXPECT_EQ(CopiedPixel({entries, 1, 0.0F}), std::nullopt);
+    EXPECT_EQ(CopiedPixel({entries, 1, std::nanf("")}), std::nullopt);
 }
 
 TEST(Contributions, OfEqualSizesKeepTinyNeighbourWeights) {
