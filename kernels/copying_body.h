@@ -10,26 +10,56 @@
 namespace zvk::kernels {
 namespace {
 
+// Bytes up to the next place in memory where a vector of `size` bytes lies in one cache line.
+inline std::int64_t BytesToBoundary(const std::uint8_t* place, std::int64_t size) {
+    const auto address = reinterpret_cast<std::uintptr_t>(place);
+    return static_cast<std::int64_t>(-address & static_cast<std::uintptr_t>(size - 1));
+}
+
+// Copies fewer bytes than a vector holds.
+template <typename Vectors>
+void CopyShortRow(const RowCopying& job) {
+    const typename Vectors::Arrangement arrange(job.sourceOrder, job.order);
+    const auto size = static_cast<std::size_t>(job.width * bytesPerPixelWord);
+    std::uint8_t bytes[Vectors::byteCount] = {};
+    std::memcpy(bytes, job.source, size);
+    Vectors::StoreAll(bytes, arrange(Vectors::LoadAll(bytes)));
+    std::memcpy(job.destination, bytes, size);
+}
+
+template <typename Vectors>
+void CopyLongRow(const RowCopying& job) {
+    const typename Vectors::Arrangement arrange(job.sourceOrder, job.order);
+    const auto copy = [&](std::int64_t offset) {
+        Vectors::StoreAll(job.destination + offset, arrange(Vectors::LoadAll(job.source + offset)));
+    };
+    // The first and the last vector overlap others; what is written twice comes out the same.
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    constexpr std::int64_t step = Vectors::byteCount;
+    copy(0);
+    std::int64_t offset = BytesToBoundary(job.destination, step);
+    offset = offset % bytesPerPixelWord == 0 ? offset : step;
+    for (; offset + 4 * step <= size; offset += 4 * step) {
+        copy(offset);
+        copy(offset + step);
+        copy(offset + 2 * step);
+        copy(offset + 3 * step);
+    }
+    for (; offset + step <= size; offset += step)
+        copy(offset);
+    copy(size - step);
+}
+
 template <typename Simd, typename Narrow>
 void CopyRow(const RowCopying& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
-    std::int64_t offset = 0;
-    const auto copyBy = [&]<typename Vectors>(Vectors) {
-        const typename Vectors::Arrangement arrange(job.sourceOrder, job.order);
-        for (; offset + Vectors::byteCount <= size; offset += Vectors::byteCount) {
-            Vectors::StoreAll(job.destination + offset,
-                              arrange(Vectors::LoadAll(job.source + offset)));
-        }
-        return arrange;
-    };
-    copyBy(Simd{});
-    const auto arrange = copyBy(Narrow{});
-    if (offset == size) return;
-    std::uint8_t rest[Narrow::byteCount] = {};
-    const auto restSize = static_cast<std::size_t>(size - offset);
-    std::memcpy(rest, job.source + offset, restSize);
-    Narrow::StoreAll(rest, arrange(Narrow::LoadAll(rest)));
-    std::memcpy(job.destination + offset, rest, restSize);
+    if (size >= Simd::byteCount) {
+        CopyLongRow<Simd>(job);
+    } else if (size >= Narrow::byteCount) {
+        CopyLongRow<Narrow>(job);
+    } else {
+        CopyShortRow<Narrow>(job);
+    }
 }
 
 }  // namespace

@@ -31,9 +31,11 @@ struct RowResampling {
 };
 
 // A job of blending the rows that a list names. Rows have `rowPadding` bytes behind them or are at
-// least that long.
+// least that long, and as many numbers.
 struct ColumnBlending {
     PixelRows rows;
+    // The bytes of the same rows as numbers, or no places at all.
+    NumberRows numbers;
     ChannelOrder rowOrder;
     const BoundedList* list;
     ChannelOrder order;
@@ -42,7 +44,7 @@ struct ColumnBlending {
 };
 
 // A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
-// or are one and the same.
+// or are one and the same with one order.
 struct RowCopying {
     const std::uint8_t* source;
     ChannelOrder sourceOrder;
@@ -61,6 +63,8 @@ struct KernelTable {
     void (*resampleRows)(const RowResampling& job);
     // Blends rows into one row of opaque pixels.
     void (*blendRows)(const ColumnBlending& job);
+    // Makes numbers of `count` bytes.
+    void (*widenRow)(const std::uint8_t* bytes, std::int64_t count, float* numbers);
     // Averages blocks of a row.
     void (*averageRow)(const RowAveraging& job);
     // The two steps of smooth enlargement.

@@ -20,6 +20,7 @@ constexpr KernelTable TableOf(InstructionSet level) {
     return {.instructionSet = level,
             .resampleRows = ResampleRows<Taps>,
             .blendRows = BlendRows<Simd, Narrow, Taps>,
+            .widenRow = WidenRow<Simd>,
             .averageRow = AverageRowInVectors<Narrow>,
             .interpolateRows = InterpolateRowsInVectors<Simd>,
             .interpolateColumns = InterpolateColumnsInVectors<Simd>,

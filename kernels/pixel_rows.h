@@ -15,4 +15,13 @@ struct PixelRows {
     std::uint8_t* Row(std::int64_t index) const { return places + index % capacity * stride; }
 };
 
+// Rows of bytes as single-precision numbers, kept like PixelRows.
+struct NumberRows {
+    float* places;
+    std::int64_t stride;  // numbers from one place to the next
+    std::int32_t capacity;
+
+    float* Row(std::int64_t index) const { return places + index % capacity * stride; }
+};
+
 }  // namespace zvk::kernels

@@ -2,10 +2,10 @@
 // files that instantiate it and by nothing else; everything here is internal to each of them.
 //
 // Exactness: along a row, sums are formed in integers with one digit of the weights, then with two;
-// down a column in single precision, in any order, fused or not. A list's bias and slack say
-// between which two values the definition's sum lies; where both have one whole part, that is the
-// byte. What is still open is computed by the definition: its products are exact along a row, and
-// so may be fused there, and they are rounded to single precision down a column.
+// down a column in single precision, in any order, fused or not. A list's bounds say between which
+// two values the definition's sum lies; where both have one whole part, that is the byte. What is
+// still open is computed by the definition: its products are exact along a row, and so may be fused
+// there, and they are rounded to single precision down a column.
 #pragma once
 
 #include "kernels/kernel_table.h"
@@ -21,24 +21,28 @@ inline std::uint64_t ColourLanes(const ChannelOrder& order) {
     return colours * 0x1111111111111111U;
 }
 
+// Clamps the channels of four pixels to bytes.
+template <typename PixelAt>
+__m128i PackPixels(PixelAt pixelAt) {
+    return _mm_packus_epi16(_mm_packs_epi32(pixelAt(0), pixelAt(1)),
+                            _mm_packs_epi32(pixelAt(2), pixelAt(3)));
+}
+
 template <typename Taps>
 class RowResampler {
   public:
     explicit RowResampler(const RowResampling& job)
         : job_(job),
-          colourLanes_(static_cast<unsigned>(ColourLanes(job.order)) & 0xFFFFU),
           colours_(_mm_andnot_si128(
               _mm_cmpeq_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(job.order.alpha)),
               _mm_set1_epi32(-1))) {}
 
     void Run() const {
         std::int64_t x = 0;
-        for (; x + blockLength <= job_.listCount; x += blockLength) {
-            StoreBlock(x, ResamplePixel(x), ResamplePixel(x + 1), ResamplePixel(x + 2),
-                       ResamplePixel(x + 3));
-        }
+        for (; x + blockLength <= job_.listCount; x += blockLength)
+            ResampleBlock(x);
         for (; x < job_.listCount; ++x)
-            StorePixel(x, ResamplePixel(x));
+            StorePixel(x, ResamplePixel(job_.lists[x]));
     }
 
   private:
@@ -46,15 +50,39 @@ class RowResampler {
     using DoublePixel = typename Taps::DoublePixel;
     static constexpr std::int64_t blockLength = 4;
 
-    // Pixel x of each row, one after the other.
-    __m128i ResamplePixel(std::int64_t x) const {
-        const FixedList& list = job_.lists[x];
-        const Totals sums = SumProducts(list, list.coarse);
-        const Totals least = sums + list.bias;
-        if (least.DiffersAbove(list.shift, least + list.slack, colours_)) {
-            return ResampleFinely(list, sums);
+    // Lists up to here are summed up in no time, and one branch for several pays.
+    static constexpr std::int32_t shortList = 8;
+
+    void ResampleBlock(std::int64_t x) const {
+        const FixedList* lists = job_.lists + x;
+        __m128i pixels[blockLength];
+        if (lists[0].count <= shortList && lists[1].count <= shortList &&
+            lists[2].count <= shortList && lists[3].count <= shortList) {
+            ResampleTogether(lists, pixels);
+        } else {
+            for (int index = 0; index < blockLength; ++index)
+                pixels[index] = ResamplePixel(lists[index]);
         }
-        return (least >> list.shift).ToBytes();
+        StoreBlock(x, pixels);
+    }
+
+    void ResampleTogether(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
+        Totals sums[blockLength];
+        bool isOpen = false;
+        for (int index = 0; index < blockLength; ++index) {
+            sums[index] = SumProducts(lists[index], lists[index].coarse);
+            isOpen = isOpen | IsOpen(lists[index], sums[index]);
+        }
+        for (int index = 0; index < blockLength; ++index) {
+            pixels[index] = isOpen ? ResampleFinely(lists[index], sums[index])
+                                   : WholeParts(lists[index], sums[index]);
+        }
+    }
+
+    // A pixel of each row, one after the other.
+    __m128i ResamplePixel(const FixedList& list) const {
+        const Totals sums = SumProducts(list, list.coarse);
+        return IsOpen(list, sums) ? ResampleFinely(list, sums) : WholeParts(list, sums);
     }
 
     Totals SumProducts(const FixedList& list, const std::int16_t* weights) const {
@@ -67,21 +95,28 @@ class RowResampler {
         return sums.Reduce();
     }
 
+    // Whether sums with the coarse digit leave more than one byte for some colour.
+    bool IsOpen(const FixedList& list, const Totals& sums) const {
+        const Totals least = sums + list.bias;
+        return least.DiffersAbove(list.shift, least + list.slack, colours_);
+    }
+
+    static __m128i WholeParts(const FixedList& list, const Totals& sums) {
+        return ((sums + list.bias) >> list.shift).ToBytes();
+    }
+
     // Takes the second digit of the weights into account.
-    [[gnu::noinline]] __m128i ResampleFinely(const FixedList& list, const Totals& coarse) const {
+    __m128i ResampleFinely(const FixedList& list, const Totals& coarse) const {
         const Totals rounded = coarse + (1 << (list.shift - 1));
         const Totals least = SumProducts(list, list.fine) + list.fineBias;
-        const auto whole = [&](const Totals& fine) {
-            return ((rounded + (fine >> list.fineShift)) >> list.shift).ToBytes();
-        };
-        const __m128i low = whole(least);
-        const __m128i high = whole(least + list.fineSlack);
-        if ((Sse2::Differing(low, high) & colourLanes_) == 0) return low;
-        return ResampleExactly(*list.exact);
+        const Totals low = rounded + (least >> list.fineShift);
+        const Totals high = rounded + ((least + list.fineSlack) >> list.fineShift);
+        if (low.DiffersAbove(list.shift, high, colours_)) return ResampleExactly(*list.exact);
+        return (low >> list.shift).ToBytes();
     }
 
     // Computes the pixels by the definition.
-    __m128i ResampleExactly(const ContributionList& list) const {
+    [[gnu::noinline]] __m128i ResampleExactly(const ContributionList& list) const {
         DoublePixel sums[rowsAtOnce];
         for (std::int32_t index = 0; index < list.count; ++index) {
             const Contribution& entry = list.entries[index];
@@ -92,17 +127,15 @@ class RowResampler {
             }
         }
         const double weightSum = list.weightSum;
-        return _mm_packus_epi16(_mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
-                                _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
+        return PackPixels([&](int row) { return sums[row].Mean(weightSum); });
     }
 
     // Stores four neighbouring pixels of each row.
-    void StoreBlock(std::int64_t x, __m128i first, __m128i second, __m128i third,
-                    __m128i fourth) const {
-        const __m128i upperLeft = _mm_unpacklo_epi32(first, second);
-        const __m128i upperRight = _mm_unpacklo_epi32(third, fourth);
-        const __m128i lowerLeft = _mm_unpackhi_epi32(first, second);
-        const __m128i lowerRight = _mm_unpackhi_epi32(third, fourth);
+    void StoreBlock(std::int64_t x, const __m128i (&pixels)[blockLength]) const {
+        const __m128i upperLeft = _mm_unpacklo_epi32(pixels[0], pixels[1]);
+        const __m128i upperRight = _mm_unpacklo_epi32(pixels[2], pixels[3]);
+        const __m128i lowerLeft = _mm_unpackhi_epi32(pixels[0], pixels[1]);
+        const __m128i lowerRight = _mm_unpackhi_epi32(pixels[2], pixels[3]);
         const std::int64_t offset = x * bytesPerPixelWord;
         Sse2::StoreAll(job_.destinations[0] + offset, _mm_unpacklo_epi64(upperLeft, upperRight));
         Sse2::StoreAll(job_.destinations[1] + offset, _mm_unpackhi_epi64(upperLeft, upperRight));
@@ -120,7 +153,6 @@ class RowResampler {
     }
 
     const RowResampling& job_;
-    unsigned colourLanes_;
     __m128i colours_;
 };
 
@@ -131,23 +163,27 @@ class ColumnBlender {
         : job_(job),
           arrange_(job.rowOrder, job.order),
           colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))),
-          firstPlace_(static_cast<std::int32_t>(job.list->first % job.rows.capacity)) {}
+          firstPlace_(job.list->first %
+                      (job.numbers.places != nullptr ? job.numbers.capacity : job.rows.capacity)) {
+        places_[job.rowOrder.red] = job.order.red;
+        places_[job.rowOrder.green] = job.order.green;
+        places_[job.rowOrder.blue] = job.order.blue;
+    }
 
     void Run() const {
         const std::int64_t size = job_.width * bytesPerPixelWord;
         if (size < Simd::byteCount) {
             std::uint8_t bytes[Simd::byteCount];
-            Simd::StoreAll(bytes, Blend(0));
+            Blend(0, bytes);
             __builtin_memcpy(job_.destination, bytes, static_cast<std::size_t>(size));
             return;
         }
         std::int64_t offset = 0;
-        for (; offset + Simd::byteCount <= size; offset += Simd::byteCount) {
-            Simd::StoreAll(job_.destination + offset, Blend(offset));
-        }
+        for (; offset + Simd::byteCount <= size; offset += Simd::byteCount)
+            Blend(offset, job_.destination + offset);
         // The last vector goes back over bytes that have been written; they come out the same.
         const std::int64_t last = size - Simd::byteCount;
-        if (offset < size) Simd::StoreAll(job_.destination + last, Blend(last));
+        if (offset < size) Blend(last, job_.destination + last);
     }
 
   private:
@@ -155,50 +191,86 @@ class ColumnBlender {
     using Bytes = typename Simd::Bytes;
     using Mask = typename Simd::Mask;
     using DoublePixel = typename Taps::DoublePixel;
+    static constexpr int partCount = 4;
 
-    Bytes Blend(std::int64_t offset) const {
+    // Blends a vector's bytes from `offset` on and stores them.
+    void Blend(std::int64_t offset, std::uint8_t* target) const {
         const BoundedList& list = *job_.list;
         const Floats bias = Simd::Broadcast(list.bias);
-        Floats sums[4] = {bias, bias, bias, bias};
-        std::int32_t place = firstPlace_;
-        const std::uint8_t* row = job_.rows.places + place * job_.rows.stride + offset;
-        for (std::int32_t tap = 0; tap < list.count; ++tap) {
-            const Floats weight = Simd::Broadcast(list.weights[tap]);
-            for (int part = 0; part < 4; ++part) {
-                const Floats values = Simd::LoadBytes(row + part * Simd::floatCount);
-                sums[part] = Simd::MultiplyAdd(values, weight, sums[part]);
-            }
-            row += job_.rows.stride;
-            if (++place == job_.rows.capacity) {
-                place = 0;
-                row = job_.rows.places + offset;
-            }
+        Floats sums[partCount] = {bias, bias, bias, bias};
+        if (job_.numbers.places != nullptr) {
+            SumUp(job_.numbers, offset, sums);
+        } else {
+            SumUp(job_.rows, offset, sums);
         }
-        const Floats slack = Simd::Broadcast(list.slack);
         const Bytes low = Simd::ToBytes(sums);
+        const Bytes pixels = Simd::InOrder(low);
+        Simd::StoreAll(target, arrange_(pixels));
+        if (list.slack == 0.0F) return;
+        const Floats slack = Simd::Broadcast(list.slack);
         const Bytes high = Simd::ToBytes({Simd::Add(sums[0], slack), Simd::Add(sums[1], slack),
                                           Simd::Add(sums[2], slack), Simd::Add(sums[3], slack)});
-        const Bytes pixels = Simd::InOrder(low);
-        if (Simd::Differing(low, high) == 0) return arrange_(pixels);
-        return arrange_(Settle(pixels, Simd::InOrder(high), offset));
+        if (Simd::Differing(low, high) == 0) return;
+        Settle(Simd::Differing(pixels, Simd::InOrder(high)) & colourLanes_, offset, target);
     }
 
-    // Computes by the definition what the bounds leave open, four pixels at a time.
-    [[gnu::noinline]] Bytes Settle(Bytes low, Bytes high, std::int64_t offset) const {
-        constexpr std::int64_t partSize = 16;
-        std::uint8_t bytes[Simd::byteCount];
-        Simd::StoreAll(bytes, low);
-        const Mask open = Simd::Differing(low, high) & colourLanes_;
+    static Floats LoadPart(const std::uint8_t* bytes) { return Simd::LoadBytes(bytes); }
+    static Floats LoadPart(const float* numbers) { return Simd::Load(numbers); }
+
+    // Adds the weighted rows, bytes or numbers, from `offset` on.
+    template <typename Rows>
+    void SumUp(const Rows& rows, std::int64_t offset, Floats (&sums)[partCount]) const {
+        const BoundedList& list = *job_.list;
+        const auto* const begin = rows.places + offset;
+        std::int32_t place = firstPlace_;
+        const auto* row = begin + place * rows.stride;
+        for (std::int32_t tap = 0; tap < list.count; ++tap) {
+            const Floats weight = Simd::Broadcast(list.weights[tap]);
+            for (int part = 0; part < partCount; ++part) {
+                sums[part] =
+                    Simd::MultiplyAdd(LoadPart(row + part * Simd::floatCount), weight, sums[part]);
+            }
+            row += rows.stride;
+            if (++place == rows.capacity) {
+                place = 0;
+                row = begin;
+            }
+        }
+    }
+
+    // Computes by the definition what is open: single bytes, or four pixels at a time where many
+    // are.
+    [[gnu::noinline]] void Settle(Mask open, std::int64_t offset, std::uint8_t* target) const {
         const std::int64_t size = job_.width * bytesPerPixelWord - offset;
         for (std::int64_t part = 0; part < Simd::byteCount && part < size; part += partSize) {
-            if ((open >> static_cast<unsigned>(part) & 0xFFFFU) == 0) continue;
-            Sse2::StoreAll(bytes + part, BlendExactly(offset + part));
+            const auto lanes = static_cast<unsigned>(open >> static_cast<unsigned>(part)) & 0xFFFFU;
+            if (__builtin_popcount(lanes) > fewLanes) {
+                StorePart(BlendExactly(offset + part), target + part);
+            } else {
+                SettleLanes(lanes, offset + part, target + part);
+            }
         }
-        return Simd::LoadAll(bytes);
+    }
+
+    void SettleLanes(unsigned lanes, std::int64_t offset, std::uint8_t* target) const {
+        for (; lanes != 0; lanes &= lanes - 1) {
+            const int lane = __builtin_ctz(lanes);
+            const std::int64_t source = offset + lane;
+            if (source >= job_.width * bytesPerPixelWord) return;
+            target[lane / bytesPerPixelWord * bytesPerPixelWord +
+                   places_[lane % bytesPerPixelWord]] =
+                ResampleColumnChannel(job_.rows, source, *job_.list->exact);
+        }
+    }
+
+    // Stores the colours of four pixels in their order.
+    void StorePart(__m128i pixels, std::uint8_t* target) const {
+        const typename Narrow::Arrangement arrange(job_.rowOrder, job_.order);
+        Narrow::StoreAll(target, arrange(pixels));
     }
 
     // Four pixels by the definition.
-    __m128i BlendExactly(std::int64_t offset) const {
+    [[gnu::noinline]] __m128i BlendExactly(std::int64_t offset) const {
         const ContributionList& list = *job_.list->exact;
         DoublePixel sums[4];
         for (std::int32_t index = 0; index < list.count; ++index) {
@@ -211,13 +283,17 @@ class ColumnBlender {
             }
         }
         const double weightSum = list.weightSum;
-        return _mm_packus_epi16(_mm_packs_epi32(sums[0].Mean(weightSum), sums[1].Mean(weightSum)),
-                                _mm_packs_epi32(sums[2].Mean(weightSum), sums[3].Mean(weightSum)));
+        return PackPixels([&](int pixel) { return sums[pixel].Mean(weightSum); });
     }
+
+    static constexpr std::int64_t partSize = 16;
+    static constexpr int fewLanes = 3;
 
     const ColumnBlending& job_;
     typename Simd::Arrangement arrange_;
     Mask colourLanes_;
+    // Where the row's channels go.
+    std::uint8_t places_[bytesPerPixelWord] = {};
     std::int32_t firstPlace_;
 };
 
@@ -229,6 +305,15 @@ void ResampleRows(const RowResampling& job) {
 template <typename Simd, typename Narrow, typename Taps>
 void BlendRows(const ColumnBlending& job) {
     ColumnBlender<Simd, Narrow, Taps>(job).Run();
+}
+
+template <typename Simd>
+void WidenRow(const std::uint8_t* bytes, std::int64_t count, float* numbers) {
+    std::int64_t index = 0;
+    for (; index + Simd::floatCount <= count; index += Simd::floatCount)
+        Simd::Store(numbers + index, Simd::LoadBytes(bytes + index));
+    for (; index < count; ++index)
+        numbers[index] = bytes[index];
 }
 
 }  // namespace

@@ -24,8 +24,6 @@ struct Avx2 {
         return _mm256_fmadd_ps(left, right, sum);
     }
 
-    static Floats FirstPixel(float value) { return _mm256_zextps128_ps256(_mm_set1_ps(value)); }
-
     static Floats LoadBytes(const std::uint8_t* bytes) {
         const __m128i packed = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes));
         return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(packed));
@@ -53,27 +51,6 @@ struct Avx2 {
     }
     static Bytes InOrder(Bytes bytes) {
         return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-    }
-
-    // The sums of two rows' pixels, the first row's in the lower half.
-    static Floats PixelsOfTwo(Floats first, Floats second) {
-        return _mm256_add_ps(_mm256_permute2f128_ps(first, second, 0x20),
-                             _mm256_permute2f128_ps(first, second, 0x31));
-    }
-
-    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
-        const Floats more = Broadcast(slack);
-        const Floats even = PixelsOfTwo(sums[0], sums[1]);
-        const Floats odd = PixelsOfTwo(sums[2], sums[3]);
-        const __m256i lowWords =
-            _mm256_packs_epi32(_mm256_cvttps_epi32(even), _mm256_cvttps_epi32(odd));
-        const __m256i highWords = _mm256_packs_epi32(_mm256_cvttps_epi32(Add(even, more)),
-                                                     _mm256_cvttps_epi32(Add(odd, more)));
-        const __m256i bytes = _mm256_packus_epi16(lowWords, highWords);
-        const __m128i rows02 = _mm256_castsi256_si128(bytes);
-        const __m128i rows13 = _mm256_extracti128_si256(bytes, 1);
-        low = _mm_unpacklo_epi32(rows02, rows13);
-        high = _mm_unpackhi_epi32(rows02, rows13);
     }
 
     static Mask Differing(Bytes left, Bytes right) {

@@ -14,7 +14,6 @@ struct Avx512 {
     static constexpr std::int64_t byteCount = 64;
 
     static Floats Broadcast(float value) { return _mm512_set1_ps(value); }
-    static Floats FirstPixel(float value) { return _mm512_zextps128_ps512(_mm_set1_ps(value)); }
     static Floats Load(const float* values) { return _mm512_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm512_storeu_ps(values, floats); }
     static Floats Add(Floats left, Floats right) { return _mm512_add_ps(left, right); }
@@ -50,27 +49,6 @@ struct Avx512 {
         const __m512i pattern =
             _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
         return _mm512_permutexvar_epi32(pattern, bytes);
-    }
-
-    // The sums of two rows' pixels two by two, the first row's in the lower half.
-    static Floats PairsOfTwo(Floats first, Floats second) {
-        return _mm512_add_ps(_mm512_shuffle_f32x4(first, second, 0x44),
-                             _mm512_shuffle_f32x4(first, second, 0xEE));
-    }
-
-    static __m128i ClampToBytes(Floats values) {
-        const __m512i numbers =
-            _mm512_max_epi32(_mm512_cvttps_epi32(values), _mm512_setzero_si512());
-        return _mm512_cvtusepi32_epi8(numbers);
-    }
-
-    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
-        const Floats rows01 = PairsOfTwo(sums[0], sums[1]);
-        const Floats rows23 = PairsOfTwo(sums[2], sums[3]);
-        const Floats rows = _mm512_add_ps(_mm512_shuffle_f32x4(rows01, rows23, 0x88),
-                                          _mm512_shuffle_f32x4(rows01, rows23, 0xDD));
-        low = ClampToBytes(rows);
-        high = ClampToBytes(Add(rows, Broadcast(slack)));
     }
 
     static Mask Differing(Bytes left, Bytes right) { return _mm512_cmpneq_epi8_mask(left, right); }

@@ -27,9 +27,6 @@ struct Sse2 {
         return _mm_add_ps(_mm_mul_ps(left, right), sum);
     }
 
-    // The value for the first pixel of a vector, and 0 for the others.
-    static Floats FirstPixel(float value) { return _mm_set1_ps(value); }
-
     // Four bytes as numbers.
     static Floats LoadBytes(const std::uint8_t* bytes) {
         int word = 0;
@@ -54,15 +51,6 @@ struct Sse2 {
         const __m128i high =
             _mm_packs_epi32(_mm_cvttps_epi32(values[2]), _mm_cvttps_epi32(values[3]));
         return _mm_packus_epi16(low, high);
-    }
-
-    // Truncates and clamps one pixel of each of four rows, from the sums of each row's vector, and
-    // the same with `slack` added.
-    static void PixelsOfRows(const Floats (&sums)[4], float slack, __m128i& low, __m128i& high) {
-        const Floats more = Broadcast(slack);
-        low = ToBytes(sums);
-        high = ToBytes(
-            {Add(sums[0], more), Add(sums[1], more), Add(sums[2], more), Add(sums[3], more)});
     }
 
     // The channel sums of four pixels.

@@ -15,11 +15,12 @@ namespace {
 struct DoublePixelAvx2 {
     __m256d channels = _mm256_setzero_pd();
 
+    static DoublePixelAvx2 FromIntegers(__m128i integers) { return {_mm256_cvtepi32_pd(integers)}; }
     static DoublePixelAvx2 FromFloats(__m128 floats) { return {_mm256_cvtps_pd(floats)}; }
     static DoublePixelAvx2 FromBytes(const std::uint8_t* pixel) {
         int word = 0;
         __builtin_memcpy(&word, pixel, sizeof word);
-        return {_mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)))};
+        return FromIntegers(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)));
     }
 
     DoublePixelAvx2 operator+(const DoublePixelAvx2& other) const {
@@ -29,11 +30,18 @@ struct DoublePixelAvx2 {
     DoublePixelAvx2 PlusExact(const DoublePixelAvx2& factor, double weight) const {
         return {_mm256_fmadd_pd(factor.channels, _mm256_set1_pd(weight), channels)};
     }
-    // The mean of what was summed up, rounded half up and truncated; the most negative integer for
-    // what is out of range.
+    DoublePixelAvx2 Times(double factor) const {
+        return {_mm256_mul_pd(channels, _mm256_set1_pd(factor))};
+    }
+    DoublePixelAvx2 Plus(double number) const {
+        return {_mm256_add_pd(channels, _mm256_set1_pd(number))};
+    }
+    // The most negative integer for what is out of range or not a number.
+    __m128i Truncated() const { return _mm256_cvttpd_epi32(channels); }
+    // The mean of what was summed up, rounded half up.
     __m128i Mean(double weightSum) const {
-        return _mm256_cvttpd_epi32(
-            _mm256_add_pd(_mm256_div_pd(channels, _mm256_set1_pd(weightSum)), _mm256_set1_pd(0.5)));
+        const DoublePixelAvx2 mean{_mm256_div_pd(channels, _mm256_set1_pd(weightSum))};
+        return mean.Plus(0.5).Truncated();
     }
 };
 

@@ -35,13 +35,23 @@ struct DoublePixelSse2 {
         return {_mm_add_pd(low, _mm_mul_pd(channels.low, factor)),
                 _mm_add_pd(high, _mm_mul_pd(channels.high, factor))};
     }
-    // The mean of what was summed up, rounded half up and truncated; the most negative integer for
-    // what is out of range.
+    DoublePixelSse2 Times(double factor) const {
+        const __m128d both = _mm_set1_pd(factor);
+        return {_mm_mul_pd(low, both), _mm_mul_pd(high, both)};
+    }
+    DoublePixelSse2 Plus(double number) const {
+        const __m128d both = _mm_set1_pd(number);
+        return {_mm_add_pd(low, both), _mm_add_pd(high, both)};
+    }
+    // The most negative integer for what is out of range or not a number.
+    __m128i Truncated() const {
+        return _mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high));
+    }
+    // The mean of what was summed up, rounded half up.
     __m128i Mean(double weightSum) const {
         const __m128d divisor = _mm_set1_pd(weightSum);
-        const __m128d half = _mm_set1_pd(0.5);
-        return _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(low, divisor), half)),
-                                  _mm_cvttpd_epi32(_mm_add_pd(_mm_div_pd(high, divisor), half)));
+        const DoublePixelSse2 mean{_mm_div_pd(low, divisor), _mm_div_pd(high, divisor)};
+        return mean.Plus(0.5).Truncated();
     }
 };
 

@@ -132,7 +132,7 @@ bool BoundedTable::Build(std::span<const ContributionList> exact) {
     BoundedList* bounded = lists_.get();
     for (const ContributionList& list : exact) {
         FillBounded(*bounded, list, weights);
-        longest_ = std::max<std::int64_t>(longest_, bounded->count);
+        weightCount_ += bounded->count;
         weights += PaddedLength(list);
         ++bounded;
     }
@@ -156,6 +156,7 @@ void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
         end = std::max<std::int64_t>(end, list.entries[list.count - 1].pixel + 1);
         longestSpan_ = std::max(longestSpan_, end - firstNeeded_[index]);
     }
+    sourceSpan_ = std::max<std::int64_t>(end - first, 0);
 }
 
 }  // namespace zvk

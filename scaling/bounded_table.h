@@ -17,8 +17,11 @@ class BoundedTable {
 
     const kernels::BoundedList* lists() const { return lists_.get(); }
 
-    // The number of source coordinates of the longest list.
-    std::int64_t longest() const { return longest_; }
+    // How many weights all lists have together.
+    std::int64_t weightCount() const { return weightCount_; }
+
+    // How many source rows lie between the first and the last that is needed.
+    std::int64_t sourceSpan() const { return sourceSpan_; }
 
     // The least `first` among the lists from index on: what lies before it is not read any more.
     std::int32_t FirstNeededFrom(std::int64_t index) const { return firstNeeded_[index]; }
@@ -32,7 +35,8 @@ class BoundedTable {
     Buffer<kernels::BoundedList> lists_;
     Buffer<std::int32_t> firstNeeded_;
     Buffer<float> weights_;
-    std::int64_t longest_ = 0;
+    std::int64_t weightCount_ = 0;
+    std::int64_t sourceSpan_ = 0;
     std::int64_t longestSpan_ = 0;
 };
 

@@ -23,8 +23,8 @@ void ContributionTable::Clear() {
 }
 
 // Let x be the normalised weights. Where |x - 1| for one of them and |x| for all others add up to
-// less than 2^-10, the weighted mean of bytes lies less than 0.25 from that one's byte, whatever the
-// others are. The definition's roundings are far smaller, and it adds 0.5 before it truncates.
+// less than 2^-10, the weighted mean of bytes lies less than 0.25 from that one's byte, whatever
+// the others are. The definition's roundings are far smaller, and it adds 0.5 before it truncates.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
     const std::span entries(list.entries, static_cast<std::size_t>(list.count));
     const auto magnitude = [](const Contribution& entry) { return std::fabs(entry.weight); };

@@ -1,6 +1,9 @@
 // The seven reconstruction kernels of ScalingZVK. The resampler is instantiated once for each, so
 // that the kernel is inlined where its weights are computed.
 //
+// Where the sizes are the same, all filters but Mitchell's are 1 at the pixel itself and next to
+// nothing at the others, and `keepsPixels` says so.
+//
 // Every filter gives its `radius`, the half-width in source pixels of the window that is examined
 // around a sample's centre, and `Weight`, the kernel at the distance `ax` >= 0 in source pixels;
 // 0.0 is no contribution. Weights are compared with 0.0 by the caller, so the order of the
@@ -15,12 +18,14 @@ namespace zvk {
 // Linear tent.
 struct TriangleFilter {
     static constexpr double radius = 1.0;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) { return 1.0 > ax ? 1.0 - ax : 0.0; }
 };
 
 // Deliberate: the edge counts in full, so a centre half-way between two pixels takes both.
 struct BoxFilter {
     static constexpr double radius = 0.5;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) { return ax <= 0.5 ? 1.0 : 0.0; }
 };
 
@@ -35,6 +40,7 @@ inline double Sinc(double x) {
 // Two Dimensions", 1979), three lobes.
 struct Lanczos3Filter {
     static constexpr double radius = 3.0;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) {
         if (ax >= radius) return 0.0;
         // A division: the product with a rounded third differs in the last bit.
@@ -45,6 +51,7 @@ struct Lanczos3Filter {
 // As Lanczos3Filter with eight lobes.
 struct Lanczos8Filter {
     static constexpr double radius = 8.0;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) {
         if (ax >= radius) return 0.0;
         return Sinc(ax) * Sinc(ax * 0.125);
@@ -55,6 +62,7 @@ struct Lanczos8Filter {
 // B = C = 1/3. It does not interpolate: a picture of unchanged size is blurred a little.
 struct MitchellFilter {
     static constexpr double radius = 2.0;
+    static constexpr bool keepsPixels = false;
     static double Weight(double ax) {
         const double x2 = ax * ax;
         if (ax < 1.0) return ((ax * x2) * 7.0 + x2 * -12.0 + 16.0 / 3.0) / 6.0;
@@ -70,6 +78,7 @@ struct BicubicFilter {
     // Deliberate: twice as wide as the kernel. The pixels beyond 2 are examined and dropped, and
     // the lists' capacities follow.
     static constexpr double radius = 4.0;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) {
         if (ax < 1.0) return ((ax * 1.25 + -2.25) * ax) * ax + 1.0;
         if (ax < 2.0) return ((ax * -0.75 + 3.75) * ax + -6.0) * ax + 3.0;
@@ -80,6 +89,7 @@ struct BicubicFilter {
 // Keys' fourth-order, six-point kernel of the same paper.
 struct Cubic6Filter {
     static constexpr double radius = 3.0;
+    static constexpr bool keepsPixels = true;
     static double Weight(double ax) {
         const double x2 = ax * ax;
         // Deliberate: the bounds are inclusive, unlike those of the other cubics.

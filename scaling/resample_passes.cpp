@@ -77,11 +77,51 @@ const std::uint8_t* RowPass::ReadableRow(std::int64_t y, int place) const {
     return copy;
 }
 
-ColumnPass::ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists)
+void CopyRow(std::int64_t y, const std::uint8_t* pixels, const ChannelOrder& order,
+             std::int64_t width, const PictureWriter& writer) {
+    const auto written = ChannelOrderOf(writer.pixelFormat);
+    const std::int64_t writableWidth = writer.WritableWidth(width);
+    if (!written || writableWidth < 1) return;
+    kernels::SelectedKernels().copyRow({.source = pixels,
+                                        .sourceOrder = order,
+                                        .destination = writer.RowAddress(y),
+                                        .order = *written,
+                                        .width = writableWidth});
+}
+
+ColumnPass::ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists,
+                       std::int64_t width)
     : lists_(lists),
       // What was read as black is black in any order.
       rowOrder_(ChannelOrderOf(reader.pixelFormat).value_or(layouts::console)),
       useKernels_(bounded_.Build(lists)) {
+    if (useKernels_) PrepareNumbers(width);
+}
+
+// Rows are kept as numbers where each is needed several times and all that are needed at once leave
+// room in the second-level cache. Without memory for them nothing changes but the time.
+void ColumnPass::PrepareNumbers(std::int64_t width) {
+    constexpr std::int64_t fewestUses = 3;
+    constexpr std::int64_t mostNumbers = std::int64_t{1} << 18U;
+    const std::int64_t stride = width * bytesPerPixelWord;
+    const std::int64_t capacity = bounded_.longestSpan();
+    if (bounded_.weightCount() < fewestUses * bounded_.sourceSpan()) return;
+    if (capacity < 1 || stride > mostNumbers / capacity) return;
+    numbers_ = AllocateZeroed<float>(stride * capacity + kernels::rowPadding);
+    numberRows_ = {.places = numbers_.get(),
+                   .stride = stride,
+                   .capacity = static_cast<std::int32_t>(capacity)};
+}
+
+// Makes numbers of the rows that list `y` names.
+void ColumnPass::WidenRows(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width) {
+    if (numbers_ == nullptr) return;
+    const RowRange needed = RowsFor(y);
+    for (std::int64_t row = std::max(widened_, needed.first); row < needed.last; ++row) {
+        kernels::SelectedKernels().widenRow(rows.Row(row), width * bytesPerPixelWord,
+                                            numberRows_.Row(row));
+    }
+    widened_ = std::max(widened_, needed.last);
 }
 
 std::int64_t ColumnPass::RowsAtHand(std::int64_t rowCount) const {
@@ -97,13 +137,15 @@ RowRange ColumnPass::RowsFor(std::int64_t y) const {
 }
 
 void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
-                          const PictureWriter& writer) const {
-    if (const auto row = CopiedRow(y)) return CopyRow(y, rows.Row(*row), width, writer);
+                          const PictureWriter& writer) {
+    if (const auto row = CopiedRow(y)) return CopyRow(y, rows.Row(*row), rowOrder_, width, writer);
     const auto order = ChannelOrderOf(writer.pixelFormat);
     const std::int64_t writableWidth = writer.WritableWidth(width);
     if (!order || writableWidth < 1) return;
     if (useKernels_) {
+        WidenRows(y, rows, width);
         kernels::SelectedKernels().blendRows({.rows = rows,
+                                              .numbers = numberRows_,
                                               .rowOrder = rowOrder_,
                                               .list = bounded_.lists() + y,
                                               .order = *order,
@@ -113,18 +155,6 @@ void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::i
         kernels::ResampleColumns(rows, rowOrder_, lists_[static_cast<std::size_t>(y)], *order,
                                  writableWidth, writer.RowAddress(y));
     }
-}
-
-void ColumnPass::CopyRow(std::int64_t y, const std::uint8_t* pixels, std::int64_t width,
-                         const PictureWriter& writer) const {
-    const auto order = ChannelOrderOf(writer.pixelFormat);
-    const std::int64_t writableWidth = writer.WritableWidth(width);
-    if (!order || writableWidth < 1) return;
-    kernels::SelectedKernels().copyRow({.source = pixels,
-                                        .sourceOrder = rowOrder_,
-                                        .destination = writer.RowAddress(y),
-                                        .order = *order,
-                                        .width = writableWidth});
 }
 
 }  // namespace zvk

@@ -45,6 +45,11 @@ class RowPass {
     bool useKernels_;
 };
 
+// Copies a row of pixels in the given order into row `y` of the writer's picture, at most `width`
+// of them. A picture in no known format receives no pixels.
+void CopyRow(std::int64_t y, const std::uint8_t* pixels, const ChannelOrder& order,
+             std::int64_t width, const PictureWriter& writer);
+
 // Rows `first` to before `last`.
 struct RowRange {
     std::int64_t first;
@@ -54,8 +59,9 @@ struct RowRange {
 // The pass down the columns, one row of the result at a time.
 class ColumnPass {
   public:
-    // `lists` must outlive the pass. Rows are pixels in the reader's order.
-    ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists);
+    // `lists` must outlive the pass. Rows are `width` pixels in the reader's order.
+    ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists,
+               std::int64_t width);
 
     // How many of `rowCount` rows must be kept at once to write all rows in order, if rows are
     // made in blocks.
@@ -65,24 +71,30 @@ class ColumnPass {
     RowRange RowsFor(std::int64_t y) const;
 
     // Blends the rows that list `y` names into row `y` of the writer's picture, at most `width`
-    // pixels. A picture in no known format receives no pixels.
+    // pixels. A picture in no known format receives no pixels. Rows are written in order, and each
+    // of `rows` stays as it is while it is needed.
     void WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
-                  const PictureWriter& writer) const;
+                  const PictureWriter& writer);
 
     // The one row whose bytes row `y` of the picture has, if there is one.
     std::optional<std::int32_t> CopiedRow(std::int64_t y) const {
         return CopiedPixel(lists_[static_cast<std::size_t>(y)]);
     }
 
-    // Copies pixels in the reader's order into row `y` of the writer's picture, as WriteRow does.
-    void CopyRow(std::int64_t y, const std::uint8_t* pixels, std::int64_t width,
-                 const PictureWriter& writer) const;
+    const ChannelOrder& rowOrder() const { return rowOrder_; }
 
   private:
+    void PrepareNumbers(std::int64_t width);
+    void WidenRows(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width);
+
     std::span<const ContributionList> lists_;
     ChannelOrder rowOrder_;
     BoundedTable bounded_;
     bool useKernels_;
+    // Where rows are needed often, they are kept as numbers too.
+    Buffer<float> numbers_;
+    kernels::NumberRows numberRows_{};
+    std::int64_t widened_ = 0;
 };
 
 }  // namespace zvk

@@ -101,7 +101,7 @@ class ResampleEngine {
         if (writer.picture == nullptr && !writer.NewPictureWriter(reader_, width_, height_)) {
             return Outcome::Done;
         }
-        const ColumnPass columnPass(reader_, columnLists);
+        ColumnPass columnPass(reader_, columnLists, width_);
         for (std::int64_t y = 0; y < height_; ++y) {
             columnPass.WriteRow(y, intermediate_.rows(), width_, writer);
             yielding_.Point();
@@ -113,6 +113,9 @@ class ResampleEngine {
     // in the cache. It needs memory of its own and a picture that is not the source's; without
     // them the other way serves, which must not fail for it.
     Outcome RunAtOnce(PictureWriter& writer) {
+        if (Filter::keepsPixels && width_ == reader_.width && height_ == reader_.height) {
+            return RunCopy(writer);
+        }
         if (!rowTable_.Allocate(width_)) return Outcome::OutOfMemory;
         if (!columnTable_.Allocate(height_)) {
             return height_ > width_ ? Outcome::OutOfMemory : Outcome::NotServed;
@@ -122,7 +125,7 @@ class ResampleEngine {
         ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_.Lists(width_));
         ComputeContributions<Filter, Axis::Vertical>(reader_.height, columnTable_.Lists(height_));
         RowPass rowPass(reader_, rowTable_.Lists(width_));
-        const ColumnPass columnPass(reader_, columnTable_.Lists(height_));
+        ColumnPass columnPass(reader_, columnTable_.Lists(height_), width_);
         if (!intermediate_.Allocate(width_, columnPass.RowsAtHand(reader_.height))) {
             return Outcome::NotServed;
         }
@@ -130,7 +133,7 @@ class ResampleEngine {
         for (std::int64_t y = 0; y < height_; ++y) {
             const auto copied = columnPass.CopiedRow(y);
             if (copied && rowPass.CopiesRows()) {
-                columnPass.CopyRow(y, reader_.RowAddress(*copied), width_, writer);
+                CopyRow(y, reader_.RowAddress(*copied), columnPass.rowOrder(), width_, writer);
                 continue;
             }
             const RowRange needed = columnPass.RowsFor(y);
@@ -141,6 +144,16 @@ class ResampleEngine {
             }
             columnPass.WriteRow(y, intermediate_.rows(), width_, writer);
         }
+        return Outcome::Done;
+    }
+
+    // Every pixel gives its own bytes, so that no tables are needed.
+    Outcome RunCopy(PictureWriter& writer) {
+        if (!writer.NewPictureWriter(reader_, width_, height_)) return Outcome::Done;
+        const auto order = ChannelOrderOf(reader_.pixelFormat);
+        if (!order || SharesPixels(reader_, writer)) return Outcome::NotServed;
+        for (std::int64_t y = 0; y < height_; ++y)
+            CopyRow(y, reader_.RowAddress(y), *order, width_, writer);
         return Outcome::Done;
     }
 

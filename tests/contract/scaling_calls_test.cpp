@@ -306,7 +306,8 @@ TEST(ScalingMemory, IsGivenBackBeforeTheCallReturns) {
 TEST(ScalingMemory, ReusesTheTableOfColumnsForNoMoreRowsThanColumns) {
     Session session(Desktop());
     session.YieldAlways();
-    const auto source = session.Create(4, 4);
+    // Reduced so far that rows are not kept for several uses.
+    const auto source = session.Create(40, 40);
     const auto requests = [&](std::int64_t height) {
         session.allocations().GrantAll();
         EXPECT_TRUE(session.Scaling(source.Handle(), triangle, 5, height, 1));

@@ -125,6 +125,12 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
     const PixelRows places{.places = rows.data(),
                            .stride = stride,
                            .capacity = static_cast<std::int32_t>(lengths.source)};
+    GuardedBytes widened(static_cast<std::int64_t>(sizeof(float)) *
+                         (stride * lengths.source + rowPadding));
+    const NumberRows numbers{.places = reinterpret_cast<float*>(widened.data()),
+                             .stride = stride,
+                             .capacity = places.capacity};
+    kernels().widenRow(rows.data(), stride * lengths.source + rowPadding, numbers.places);
     ForEveryFilter<Axis::Vertical>(lengths, [&](auto lists) {
         BoundedTable bounded;
         ASSERT_TRUE(bounded.Build(lists));
@@ -134,6 +140,7 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
             GuardedBytes found(stride, random() % 2 ? Guard::Before : Guard::Behind);
             std::vector<std::uint8_t> expected(static_cast<std::size_t>(stride));
             kernels().blendRows({.rows = places,
+                                 .numbers = random() % 2 ? numbers : NumberRows{},
                                  .rowOrder = from,
                                  .list = bounded.lists() + y,
                                  .order = to,
@@ -193,6 +200,7 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
             std::vector<std::uint8_t> found(4 * 20);
             std::vector<std::uint8_t> expected(4 * 20);
             kernels().blendRows({.rows = places,
+                                 .numbers = {},
                                  .rowOrder = layouts::console,
                                  .list = bounded.lists() + y,
                                  .order = layouts::colourFirst,

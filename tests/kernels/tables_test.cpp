@@ -13,6 +13,7 @@ using testing::OfferedLevels;
 std::vector<const void*> SlotsOf(const KernelTable& table) {
     return {reinterpret_cast<const void*>(table.resampleRows),
             reinterpret_cast<const void*>(table.blendRows),
+            reinterpret_cast<const void*>(table.widenRow),
             reinterpret_cast<const void*>(table.averageRow),
             reinterpret_cast<const void*>(table.interpolateRows),
             reinterpret_cast<const void*>(table.interpolateColumns),

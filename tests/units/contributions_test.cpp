@@ -79,15 +79,30 @@ TEST(Contributions, AreTheSameWhereverTheWindowLiesTheSameToItsCentre) {
     }
 }
 
-TEST(CopiedPixels, AreThoseThatOutweighAllOthers) {
-    Table<Lanczos8Filter> same(40, 40);
-    Table<BicubicFilter> cubic(40, 40);
-    Table<BoxFilter> box(40, 80);
-    for (int x = 0; x < 40; ++x) {
-        EXPECT_EQ(CopiedPixel(same[x]), x);
-        EXPECT_EQ(CopiedPixel(cubic[x]), x);
-        EXPECT_EQ(CopiedPixel(box[2 * x]), x);
+template <typename Filter>
+class KeptPixels : public ::testing::Test {};
+using AllFilters = ::testing::Types<TriangleFilter, BoxFilter, Lanczos3Filter, Lanczos8Filter,
+                                    MitchellFilter, BicubicFilter, Cubic6Filter>;
+TYPED_TEST_SUITE(KeptPixels, AllFilters);
+
+TYPED_TEST(KeptPixels, AreThoseOfEqualSizesWhereTheFilterSaysSo) {
+    for (const int length : {1, 2, 9, 40, 3001}) {
+        Table<TypeParam, Axis::Horizontal> along(length, length);
+        Table<TypeParam, Axis::Vertical> down(length, length);
+        for (int i = 0; i < length; ++i) {
+            const bool isAlone = length == 1;
+            const auto expected =
+                TypeParam::keepsPixels || isAlone ? std::optional(i) : std::optional<int>();
+            ASSERT_EQ(CopiedPixel(along[i]), expected);
+            ASSERT_EQ(CopiedPixel(down[i]), expected);
+        }
     }
+}
+
+TEST(CopiedPixels, AreThoseOfTheNearestPixelInAnEnlargingBox) {
+    Table<BoxFilter> box(40, 80);
+    for (int x = 0; x < 80; ++x)
+        EXPECT_EQ(CopiedPixel(box[x]), x / 2);
 }
 
 TEST(CopiedPixels, AreNoneWhereSeveralCountOrNothingIsLeft) {

@@ -163,7 +163,7 @@ TEST(ResamplePasses, WriteNothingToAPictureInNoKnownFormat) {
     const auto lists = OnePixel(entry);
     OneRow row;
     row.bytes = {0x10, 0x20, 0x30, 0x40};
-    const ColumnPass pass(reader, lists);
+    ColumnPass pass(reader, lists, 1);
     pass.WriteRow(0, row.rows, 1, writer);
     EXPECT_EQ(memory, (std::vector<std::uint8_t>{7, 7, 7, 7}));
     writer.pixelFormat = PixelFormat::SkipFirst;
