@@ -15,7 +15,10 @@ template <typename Words>
 class ColumnBlurrer {
   public:
     explicit ColumnBlurrer(const ColumnBlurring& job)
-        : job_(job), divide_(job.quotient), arrange_(job.sourceOrder, job.order) {}
+        : job_(job),
+          divide_(job.quotient),
+          arrange_(job.sourceOrder, job.order),
+          isArranged_(job.sourceOrder == job.order) {}
 
     void Run() const {
         std::int64_t x = 0;
@@ -40,30 +43,24 @@ class ColumnBlurrer {
         Words sums = Words::Load(job_.sums + offset);
         __m128i rows[blurRowsAtOnce];
         for (int row = 0; row < blurRowsAtOnce; ++row) {
-            rows[row] = arrange_(divide_(sums).ToBytes());
+            // The fourth byte of a block means nothing.
+            const __m128i means = divide_(sums).ToBytes();
+            rows[row] = isArranged_ ? means : arrange_(means);
             const auto leaving = Words::FromBytes(loadPixels(job_.leaving[row] + offset));
             const auto entering = Words::FromBytes(loadPixels(job_.entering[row] + offset));
             sums = sums + (entering - leaving);
         }
         sums.Store(job_.sums + offset);
-        StoreTransposed(rows, job_.block + x * blockColumnBytes);
-    }
-
-    // From four pixels of each row to a pixel of each row for four columns.
-    static void StoreTransposed(const __m128i (&rows)[4], std::uint8_t* block) {
-        const __m128i low01 = _mm_unpacklo_epi32(rows[0], rows[1]);
-        const __m128i low23 = _mm_unpacklo_epi32(rows[2], rows[3]);
-        const __m128i high01 = _mm_unpackhi_epi32(rows[0], rows[1]);
-        const __m128i high23 = _mm_unpackhi_epi32(rows[2], rows[3]);
-        Sse2::StoreAll(block, _mm_unpacklo_epi64(low01, low23));
-        Sse2::StoreAll(block + 16, _mm_unpackhi_epi64(low01, low23));
-        Sse2::StoreAll(block + 32, _mm_unpacklo_epi64(high01, high23));
-        Sse2::StoreAll(block + 48, _mm_unpackhi_epi64(high01, high23));
+        __m128i columns[pixelsPerGroup];
+        Sse2::Transpose(rows, columns);
+        for (int column = 0; column < pixelsPerGroup; ++column)
+            Sse2::StoreAll(job_.block + (x + column) * blockColumnBytes, columns[column]);
     }
 
     const ColumnBlurring& job_;
     typename Words::Divider divide_;
     typename Words::Arrangement arrange_;
+    bool isArranged_;
 };
 
 template <typename Words>
@@ -72,18 +69,16 @@ class RowBlurrer {
     explicit RowBlurrer(const RowBlurring& job)
         : job_(job), divide_(job.quotient), arrange_(job.sourceOrder, job.order) {}
 
-    void Run() const {
-        Words sums = FirstBox();
-        std::int64_t x = 0;
+    void Run() {
+        sums_ = FirstBox();
         // Where the box lies inside the row its ends need no clamping.
         const std::int64_t inside = Least(job_.radius, job_.width);
         const std::int64_t insideEnd = Least(job_.sourceWidth - job_.radius - 1, job_.width);
-        for (; x < inside; ++x)
-            sums = Step(sums, x, Clamped(x));
-        for (; x < insideEnd; ++x)
-            sums = Step(sums, x, ColumnAt(x - job_.radius));
-        for (; x < job_.width; ++x)
-            sums = Step(sums, x, Clamped(x));
+        const auto clamped = [this](std::int64_t x) { return Clamped(x); };
+        const auto unclamped = [this](std::int64_t x) { return ColumnAt(x - job_.radius); };
+        std::int64_t x = WriteColumns(0, inside, clamped);
+        x = WriteColumns(x, insideEnd, unclamped);
+        WriteColumns(x, job_.width, clamped);
     }
 
   private:
@@ -125,19 +120,40 @@ class RowBlurrer {
         return sums + Load(Column(last)).Times(beyond);
     }
 
-    Words Step(Words sums, std::int64_t x, const Ends& ends) const {
-        alignas(16) std::uint8_t pixels[blockColumnBytes];
-        Sse2::StoreAll(pixels, arrange_(divide_(sums).ToBytes()));
-        for (int row = 0; row < job_.rowCount; ++row) {
-            __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord,
-                             pixels + row * bytesPerPixelWord, bytesPerPixelWord);
+    // Writes the columns from `x` to before `end`, if there are any; returns the next one.
+    template <typename EndsAt>
+    std::int64_t WriteColumns(std::int64_t x, std::int64_t end, EndsAt endsAt) {
+        constexpr int group = 4;
+        for (; x + group <= end; x += group) {
+            const __m128i columns[group] = {Step(endsAt(x)), Step(endsAt(x + 1)),
+                                            Step(endsAt(x + 2)), Step(endsAt(x + 3))};
+            __m128i rows[blurRowsAtOnce];
+            Sse2::Transpose(columns, rows);
+            for (int row = 0; row < job_.rowCount; ++row)
+                Sse2::StoreAll(job_.destinations[row] + x * bytesPerPixelWord, rows[row]);
         }
-        return sums + (Load(ends.entering) - Load(ends.leaving));
+        for (; x < end; ++x) {
+            alignas(16) std::uint8_t pixels[blockColumnBytes];
+            Sse2::StoreAll(pixels, Step(endsAt(x)));
+            for (int row = 0; row < job_.rowCount; ++row) {
+                __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord,
+                                 pixels + row * bytesPerPixelWord, bytesPerPixelWord);
+            }
+        }
+        return x;
+    }
+
+    // The means of the box, which then moves on.
+    __m128i Step(const Ends& ends) {
+        const __m128i means = arrange_(divide_(sums_).ToBytes());
+        sums_ = sums_ + (Load(ends.entering) - Load(ends.leaving));
+        return means;
     }
 
     const RowBlurring& job_;
     typename Words::Divider divide_;
     typename Words::Arrangement arrange_;
+    Words sums_{};
 };
 
 inline void AddRowToColumnSums(const ColumnSumming& job) {

@@ -132,15 +132,10 @@ class RowResampler {
 
     // Stores four neighbouring pixels of each row.
     void StoreBlock(std::int64_t x, const __m128i (&pixels)[blockLength]) const {
-        const __m128i upperLeft = _mm_unpacklo_epi32(pixels[0], pixels[1]);
-        const __m128i upperRight = _mm_unpacklo_epi32(pixels[2], pixels[3]);
-        const __m128i lowerLeft = _mm_unpackhi_epi32(pixels[0], pixels[1]);
-        const __m128i lowerRight = _mm_unpackhi_epi32(pixels[2], pixels[3]);
-        const std::int64_t offset = x * bytesPerPixelWord;
-        Sse2::StoreAll(job_.destinations[0] + offset, _mm_unpacklo_epi64(upperLeft, upperRight));
-        Sse2::StoreAll(job_.destinations[1] + offset, _mm_unpackhi_epi64(upperLeft, upperRight));
-        Sse2::StoreAll(job_.destinations[2] + offset, _mm_unpacklo_epi64(lowerLeft, lowerRight));
-        Sse2::StoreAll(job_.destinations[3] + offset, _mm_unpackhi_epi64(lowerLeft, lowerRight));
+        __m128i rows[rowsAtOnce];
+        Sse2::Transpose(pixels, rows);
+        for (int row = 0; row < rowsAtOnce; ++row)
+            Sse2::StoreAll(job_.destinations[row] + x * bytesPerPixelWord, rows[row]);
     }
 
     void StorePixel(std::int64_t x, __m128i pixels) const {
