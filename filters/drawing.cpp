@@ -85,9 +85,7 @@ class RowPainter {
           offset_(offset),
           weights_(weights),
           isMasked_(isMasked),
-          above_(kernels::PlainWeightsFor(weights, true, false)),
-          below_(kernels::PlainWeightsFor(weights, false, true)),
-          both_(kernels::PlainWeightsFor(weights, true, true)) {
+          plain_(isMasked ? std::nullopt : kernels::PlainWeightsFor(weights)) {
         tables_.Fill(weights, isMasked);
     }
 
@@ -163,11 +161,10 @@ class RowPainter {
         if (columns.begin >= columns.end) return;
         job.begin = columns.begin;
         job.end = columns.end;
-        const auto& plain = job.source.above.pixels == nullptr   ? below_
-                            : job.source.below.pixels == nullptr ? above_
-                                                                 : both_;
-        if (!isMasked_ && plain) {
-            kernels::SelectedKernels().drawPlainRow(job, *plain);
+        const bool takesAll =
+            job.source.above.pixels != nullptr && job.source.below.pixels != nullptr;
+        if (takesAll && plain_) {
+            kernels::SelectedKernels().drawPlainRow(job, *plain_);
         } else {
             kernels::SelectedKernels().drawWeightedRow(job, tables_);
         }
@@ -177,9 +174,8 @@ class RowPainter {
     std::int32_t offset_;
     kernels::SampleWeights weights_;
     bool isMasked_;
-    std::optional<kernels::PlainWeights> above_;
-    std::optional<kernels::PlainWeights> below_;
-    std::optional<kernels::PlainWeights> both_;
+    // For rows that take all four samples; the first and the last do not.
+    std::optional<kernels::PlainWeights> plain_;
     kernels::WeightTables tables_;
 };
 

@@ -29,13 +29,8 @@ void DrawInFours(const RowDrawing& job, Draw draw) {
     DrawRow(rest);
 }
 
-// The left sample of column x in a row, or null where there is no row.
-inline const std::uint8_t* SamplesAt(const std::uint8_t* row, const RowDrawing& job,
-                                     std::int64_t x) {
-    return row == nullptr ? nullptr : row + (x - job.offset - 1) * bytesPerPixelWord;
-}
-
-template <typename Words>
+// With `mayBeOne` a weight may be 1, with `isArranged` both pictures have one order of channels.
+template <typename Words, bool mayBeOne, bool isArranged>
 class PlainDrawer {
   public:
     PlainDrawer(const RowDrawing& job, const PlainWeights& weights)
@@ -49,28 +44,53 @@ class PlainDrawer {
           rest_(weights.rest) {}
 
     void Run() const {
-        DrawInFours(job_, [this](std::int64_t x) { Draw(x); });
+        const std::uint8_t* above = SamplesAt(job_.source.above.pixels);
+        const std::uint8_t* below = SamplesAt(job_.source.below.pixels);
+        std::uint8_t* destination = job_.destination + job_.begin * bytesPerPixelWord;
+        const std::int64_t size = (job_.end - job_.begin) * bytesPerPixelWord;
+        std::int64_t offset = 0;
+        for (; offset + groupSize <= size; offset += groupSize)
+            Draw(above + offset, below + offset, destination + offset);
+        DrawRest(above + offset, below + offset, destination + offset,
+                 static_cast<std::size_t>(size - offset));
     }
 
   private:
-    using Scaler = typename Words::Scaler;
+    using Scaler = typename Words::template Scaler<mayBeOne>;
+    static constexpr std::int64_t groupSize = drawnPixelsAtOnce * bytesPerPixelWord;
 
-    Words Sample(const std::uint8_t* pixels, const Scaler& scale) const {
-        return scale(Words::FromBytes(fromSource_(Sse2::LoadAll(pixels))));
+    // The left sample of the job's first column in a row.
+    const std::uint8_t* SamplesAt(const std::uint8_t* row) const {
+        return row + (job_.begin - job_.offset - 1) * bytesPerPixelWord;
     }
 
-    void Draw(std::int64_t x) const {
-        std::uint8_t* destination = job_.destination + x * bytesPerPixelWord;
+    Words Sample(const std::uint8_t* pixels, const Scaler& scale) const {
+        const __m128i bytes = Sse2::LoadAll(pixels);
+        return scale(Words::FromBytes(isArranged ? bytes : fromSource_(bytes)));
+    }
+
+    void Draw(const std::uint8_t* above, const std::uint8_t* below,
+              std::uint8_t* destination) const {
         Words sums = rest_(Words::FromBytes(Sse2::LoadAll(destination)));
-        if (const std::uint8_t* above = SamplesAt(job_.source.above.pixels, job_, x)) {
-            sums = sums + Sample(above, topLeft_);
-            sums = sums + Sample(above + bytesPerPixelWord, topRight_);
-        }
-        if (const std::uint8_t* below = SamplesAt(job_.source.below.pixels, job_, x)) {
-            sums = sums + Sample(below + bytesPerPixelWord, bottomRight_);
-            sums = sums + Sample(below, bottomLeft_);
-        }
+        sums = sums + Sample(above, topLeft_);
+        sums = sums + Sample(above + bytesPerPixelWord, topRight_);
+        sums = sums + Sample(below + bytesPerPixelWord, bottomRight_);
+        sums = sums + Sample(below, bottomLeft_);
         Sse2::StoreAll(destination, makeOpaque_(sums.ToBytes()));
+    }
+
+    // Draws fewer pixels than a group has, from copies that are long enough.
+    void DrawRest(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* destination,
+                  std::size_t size) const {
+        if (size == 0) return;
+        std::uint8_t aboveCopy[groupSize + bytesPerPixelWord] = {};
+        std::uint8_t belowCopy[groupSize + bytesPerPixelWord] = {};
+        std::uint8_t copy[groupSize] = {};
+        __builtin_memcpy(aboveCopy, above, size + bytesPerPixelWord);
+        __builtin_memcpy(belowCopy, below, size + bytesPerPixelWord);
+        __builtin_memcpy(copy, destination, size);
+        Draw(aboveCopy, belowCopy, copy);
+        __builtin_memcpy(destination, copy, size);
     }
 
     const RowDrawing& job_;
@@ -172,7 +192,14 @@ struct DoublePairs {
 
 template <typename Words>
 void DrawPlainRow(const RowDrawing& job, const PlainWeights& weights) {
-    PlainDrawer<Words>(job, weights).Run();
+    const bool isArranged = job.source.order == job.order;
+    if (weights.HasOne()) {
+        PlainDrawer<Words, true, false>(job, weights).Run();
+    } else if (isArranged) {
+        PlainDrawer<Words, false, true>(job, weights).Run();
+    } else {
+        PlainDrawer<Words, false, false>(job, weights).Run();
+    }
 }
 
 template <typename Simd, typename Doubles>

@@ -50,10 +50,29 @@ void CopyLongRow(const RowCopying& job) {
     copy(size - step);
 }
 
+// Makes a row opaque in its place. What is opaque already is left alone: memory that is not written
+// need not be written back.
+template <typename Vectors>
+void MakeRowOpaque(const RowCopying& job) {
+    const typename Vectors::Arrangement arrange(job.order, job.order);
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    const auto makeOpaque = [&](std::int64_t offset) {
+        const typename Vectors::Bytes pixels = Vectors::LoadAll(job.destination + offset);
+        const typename Vectors::Bytes opaque = arrange(pixels);
+        if (Vectors::Differing(pixels, opaque) != 0)
+            Vectors::StoreAll(job.destination + offset, opaque);
+    };
+    for (std::int64_t offset = 0; offset + Vectors::byteCount <= size; offset += Vectors::byteCount)
+        makeOpaque(offset);
+    makeOpaque(size - Vectors::byteCount);
+}
+
 template <typename Simd, typename Narrow>
 void CopyRow(const RowCopying& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
-    if (size >= Simd::byteCount) {
+    if (job.source == job.destination && size >= Simd::byteCount) {
+        MakeRowOpaque<Simd>(job);
+    } else if (size >= Simd::byteCount) {
         CopyLongRow<Simd>(job);
     } else if (size >= Narrow::byteCount) {
         CopyLongRow<Narrow>(job);

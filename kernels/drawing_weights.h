@@ -18,18 +18,22 @@ struct ScaledWeight {
 // The scaled form of a weight, or nothing for one below 0, above 1 or not a number.
 std::optional<ScaledWeight> ScaleWeight(double weight);
 
-// The weights of the pixels of a row that all take the same samples.
+// The weights of the pixels of a row that all take all four samples.
 struct PlainWeights {
     ScaledWeight topLeft;
     ScaledWeight topRight;
     ScaledWeight bottomRight;
     ScaledWeight bottomLeft;
     ScaledWeight rest;  // of the destination's own pixel
+
+    bool HasOne() const {
+        return topLeft.isOne || topRight.isOne || bottomRight.isOne || bottomLeft.isOne ||
+               rest.isOne;
+    }
 };
 
-// The weights where the rows above and below are there or not; nothing if any has no scaled form.
-std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights, bool hasAbove,
-                                            bool hasBelow);
+// The scaled forms of weights; nothing if any has none.
+std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights);
 
 // The weights of every mask value; without a mask only the first, of value 0, is used.
 struct WeightTables {

@@ -75,7 +75,8 @@ struct KernelTable {
     void (*blurColumns)(const ColumnBlurring& job);
     void (*blurRows)(const RowBlurring& job);
     // Fractional drawing over columns whose source pixels all lie inside the source and its mask,
-    // for rows that share no memory with them.
+    // for rows that share no memory with them. With plain weights both rows of the source are there
+    // and nothing is masked.
     void (*drawPlainRow)(const RowDrawing& job, const PlainWeights& weights);
     void (*drawWeightedRow)(const RowDrawing& job, const WeightTables& weights);
     // Copies pixels and makes them opaque.

@@ -69,8 +69,7 @@ struct Avx2 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(
-                  _mm256_broadcastsi128_si256(Sse2::LoadAll(ShufflePattern(from, to).positions))),
+            : shuffle_(_mm256_broadcastsi128_si256(ShufflePattern(from, to))),
               opaque_(_mm256_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
 
         Bytes operator()(Bytes pixels) const {

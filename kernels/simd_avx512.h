@@ -62,7 +62,7 @@ struct Avx512 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(_mm512_broadcast_i32x4(Sse2::LoadAll(ShufflePattern(from, to).positions))),
+            : shuffle_(_mm512_broadcast_i32x4(ShufflePattern(from, to))),
               opaque_(_mm512_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
 
         Bytes operator()(Bytes pixels) const {

@@ -8,20 +8,16 @@
 namespace zvk::kernels {
 namespace {
 
-// The byte positions from which a vector's first sixteen bytes take the channels of their pixels;
-// the fourth byte takes none and becomes 0.
-struct ShufflePattern {
-    alignas(16) std::uint8_t positions[16];
-
-    ShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
-        for (int pixel = 0; pixel < 16; pixel += bytesPerPixelWord) {
-            positions[pixel + to.red] = static_cast<std::uint8_t>(pixel + from.red);
-            positions[pixel + to.green] = static_cast<std::uint8_t>(pixel + from.green);
-            positions[pixel + to.blue] = static_cast<std::uint8_t>(pixel + from.blue);
-            positions[pixel + to.alpha] = 0x80;
-        }
-    }
-};
+// The byte positions from which sixteen bytes take the channels of their pixels; the fourth byte
+// takes none and becomes 0.
+inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
+    constexpr std::uint32_t none = 0x80;
+    const std::uint32_t firstPixel =
+        std::uint32_t{from.red} << (8U * to.red) | std::uint32_t{from.green} << (8U * to.green) |
+        std::uint32_t{from.blue} << (8U * to.blue) | none << (8U * to.alpha);
+    return _mm_add_epi8(_mm_set1_epi32(static_cast<int>(firstPixel)),
+                        _mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
+}
 
 struct Sse41 : Sse2 {
     static Floats LoadBytes(const std::uint8_t* bytes) {
@@ -41,7 +37,7 @@ struct Sse41 : Sse2 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(LoadAll(ShufflePattern(from, to).positions)),
+            : shuffle_(ShufflePattern(from, to)),
               opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
 
         Bytes operator()(Bytes pixels) const {

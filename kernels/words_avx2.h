@@ -30,6 +30,8 @@ struct WideWords {
         return {_mm256_mullo_epi16(words, _mm256_set1_epi16(static_cast<std::int16_t>(factor)))};
     }
 
+    // Multiplies by a scaled weight.
+    template <bool mayBeOne>
     class Scaler {
       public:
         explicit Scaler(const ScaledWeight& weight)
@@ -37,8 +39,9 @@ struct WideWords {
               one_(_mm256_set1_epi16(weight.isOne ? -1 : 0)) {}
 
         WideWords operator()(WideWords values) const {
-            return {_mm256_or_si256(_mm256_mulhi_epu16(values.words, multiplier_),
-                                    _mm256_and_si256(values.words, one_))};
+            const __m256i products = _mm256_mulhi_epu16(values.words, multiplier_);
+            if constexpr (!mayBeOne) return {products};
+            return {_mm256_or_si256(products, _mm256_and_si256(values.words, one_))};
         }
 
       private:

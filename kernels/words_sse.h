@@ -41,6 +41,8 @@ struct WordPair {
         return {_mm_mullo_epi16(low, factors), _mm_mullo_epi16(high, factors)};
     }
 
+    // Multiplies by a scaled weight.
+    template <bool mayBeOne>
     class Scaler {
       public:
         explicit Scaler(const ScaledWeight& weight)
@@ -53,7 +55,9 @@ struct WordPair {
 
       private:
         __m128i Scale(__m128i values) const {
-            return _mm_or_si128(_mm_mulhi_epu16(values, multiplier_), _mm_and_si128(values, one_));
+            const __m128i products = _mm_mulhi_epu16(values, multiplier_);
+            if constexpr (!mayBeOne) return products;
+            return _mm_or_si128(products, _mm_and_si128(values, one_));
         }
 
         __m128i multiplier_;
