@@ -12,10 +12,11 @@ namespace zvk::kernels {
 struct RowAveraging {
     const std::uint8_t* source;
     ChannelOrder sourceOrder;
-    std::int64_t sourceWidth;    // in pixels; 0 gives black
-    const std::int32_t* starts;  // the first source pixel of each block
-    std::int64_t boxWidth;       // pixels of a block; blocks lie inside the row
-    std::int64_t boxHeight;      // how often the row counts; 0 gives black
+    std::int64_t sourceWidth;  // in pixels; 0 gives black
+    // The first source pixel of each block, none before that of the block left of it.
+    const std::int32_t* starts;
+    std::int64_t boxWidth;   // pixels of a block; blocks lie inside the row
+    std::int64_t boxHeight;  // how often the row counts; 0 gives black
     ChannelOrder order;
     std::int64_t width;  // in pixels
     std::uint8_t* destination;

@@ -3,11 +3,13 @@
 // Exactness: with S the sum of w values, the definition truncates (0.5 + h S) / (w h), which lies
 // between S / w and S / w + 1 / 2w and so truncates to S div w; h drops out. Here (S + 0.5) / w is
 // formed in single precision. It lies at least 0.5 / w off every whole number, and is off by at
-// most 256 * 3 * 2^-24, which is less for w up to 8192. S is exact below 2^24.
+// most 256 * 3 * 2^-24, which is less for w up to 8192. S is exact below 2^24. For short boxes S
+// and its quotient are formed in 16 bits, by the condition that `Quotient` states.
 #pragma once
 
 #include "kernels/box_average.h"
 #include "kernels/kernel_table.h"
+#include "kernels/quotient.h"
 #include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
@@ -99,10 +101,66 @@ class RowAverager {
     std::int64_t wholeVectors_;
 };
 
+// Averages boxes of two to four pixels.
+template <typename Simd>
+class ShortBoxAverager {
+  public:
+    static constexpr std::int64_t shortest = 2;
+    static constexpr std::int64_t longest = 4;
+
+    explicit ShortBoxAverager(const RowAveraging& job)
+        : arrange_(job.sourceOrder, job.order),
+          inside_(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3),
+                                  _mm_set1_epi32(static_cast<int>(job.boxWidth)))) {
+        const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
+        multiplier_ = _mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
+        shift_ = _mm_cvtsi32_si128(quotient.shift);
+    }
+
+    void Run(const RowAveraging& job) const {
+        const std::int32_t* const starts = job.starts;
+        std::int64_t x = 0;
+        // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
+        for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
+            if (starts[x + 3] + longest > job.sourceWidth) break;
+            const __m128i first = Means(job.source, starts[x], starts[x + 1]);
+            const __m128i second = Means(job.source, starts[x + 2], starts[x + 3]);
+            Simd::StoreAll(job.destination + x * bytesPerPixelWord,
+                           arrange_(_mm_packus_epi16(first, second)));
+        }
+        RowAveraging rest = job;
+        rest.starts += x;
+        rest.width -= x;
+        rest.destination += x * bytesPerPixelWord;
+        AverageRow(rest);
+    }
+
+  private:
+    static constexpr std::int64_t pixelsAtOnce = 4;
+
+    // The channels of the boxes that start at two pixels, in 16 bits.
+    __m128i Means(const std::uint8_t* source, std::int64_t first, std::int64_t second) const {
+        const __m128i sums = Simd::SumTwoBoxes(Box(source, first), Box(source, second));
+        return _mm_srl_epi16(_mm_mulhi_epu16(sums, multiplier_), shift_);
+    }
+
+    __m128i Box(const std::uint8_t* source, std::int64_t start) const {
+        return _mm_and_si128(Simd::LoadAll(source + start * bytesPerPixelWord), inside_);
+    }
+
+    typename Simd::Arrangement arrange_;
+    __m128i inside_;
+    __m128i multiplier_;
+    __m128i shift_;
+};
+
 template <typename Simd>
 void AverageRowInVectors(const RowAveraging& job) {
     if (job.sourceWidth < 1 || job.boxHeight < 1 || job.boxWidth > widestExactBox) {
         AverageRow(job);
+    } else if (job.boxWidth >= ShortBoxAverager<Simd>::shortest &&
+               job.boxWidth <= ShortBoxAverager<Simd>::longest) {
+        ShortBoxAverager<Simd>(job).Run(job);
     } else {
         RowAverager<Simd>(job).Run();
     }

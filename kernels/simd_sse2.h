@@ -55,10 +55,18 @@ struct Sse2 {
 
     // The channel sums of four pixels.
     static __m128i SumPixels(__m128i pixels) {
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i pairs =
-            _mm_add_epi16(_mm_unpacklo_epi8(pixels, zero), _mm_unpackhi_epi8(pixels, zero));
-        return _mm_unpacklo_epi16(_mm_add_epi16(pairs, _mm_srli_si128(pairs, 8)), zero);
+        return _mm_unpacklo_epi16(SumTwoBoxes(pixels, pixels), _mm_setzero_si128());
+    }
+
+    // The channel sums of twice four pixels in 16 bits.
+    static __m128i SumTwoBoxes(__m128i first, __m128i second) {
+        const auto sumOf = [](__m128i pixels) {
+            const __m128i zero = _mm_setzero_si128();
+            const __m128i pairs =
+                _mm_add_epi16(_mm_unpacklo_epi8(pixels, zero), _mm_unpackhi_epi8(pixels, zero));
+            return _mm_add_epi16(pairs, _mm_srli_si128(pairs, 8));
+        };
+        return _mm_unpacklo_epi64(sumOf(first), sumOf(second));
     }
 
     static Bytes InOrder(Bytes bytes) { return bytes; }

@@ -26,12 +26,17 @@ struct Sse41 : Sse2 {
         return _mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)));
     }
 
+    static __m128i SumTwoBoxes(__m128i first, __m128i second) {
+        return _mm_hadd_epi16(SumPairs(first), SumPairs(second));
+    }
     static __m128i SumPixels(__m128i pixels) {
+        return _mm_madd_epi16(SumPairs(pixels), _mm_set1_epi16(1));
+    }
+    // For each channel, the sums of the first and of the last two of four pixels.
+    static __m128i SumPairs(__m128i pixels) {
         const __m128i byChannel =
             _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-        const __m128i pairs =
-            _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel), _mm_set1_epi8(1));
-        return _mm_madd_epi16(pairs, _mm_set1_epi16(1));
+        return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel), _mm_set1_epi8(1));
     }
 
     class Arrangement {

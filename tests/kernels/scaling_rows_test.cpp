@@ -1,6 +1,7 @@
 // The vector kernels of fast scaling and smooth enlargement against their definitions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -36,6 +37,7 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, 
             random() % static_cast<std::uint64_t>(sourceWidth - boxWidth + 1)));
     }
     starts.back() = static_cast<std::int32_t>(sourceWidth - boxWidth);
+    std::sort(starts.begin(), starts.end());
     RowAveraging job{.source = source.data(),
                      .sourceOrder = testing::orders[random() % 3],
                      .sourceWidth = sourceWidth,
@@ -70,7 +72,9 @@ TEST_P(ScalingRowKernels, AverageEveryWidthOfRowAndBoxAndTouchNothingElse) {
 TEST_P(ScalingRowKernels, AverageEverySumExactly) {
     for (std::int64_t boxWidth = 2; boxWidth <= 9; ++boxWidth) {
         for (int sum = 0; sum <= 255 * boxWidth; ++sum) {
-            std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth), 0);
+            // What lies behind the box counts nothing.
+            const std::int64_t sourceWidth = boxWidth + 4;
+            std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * sourceWidth), 255);
             int left = sum;
             for (std::int64_t pixel = 0; pixel < boxWidth; ++pixel) {
                 const int value = std::min(left, 255);
@@ -81,7 +85,7 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
             std::vector<std::uint8_t> found(16);
             kernels().averageRow({.source = source.data(),
                                   .sourceOrder = layouts::colourFirst,
-                                  .sourceWidth = boxWidth,
+                                  .sourceWidth = sourceWidth,
                                   .starts = starts.data(),
                                   .boxWidth = boxWidth,
                                   .boxHeight = 1,
