@@ -26,6 +26,9 @@ void InterpolateRows(const RowInterpolation& job) {
         const float farPart = static_cast<float>(job.farRow[index]) * job.farWeight;
         job.line[index] = nearPart + farPart;
     }
+    float* const behind = job.line + job.width * bytesPerPixelWord;
+    for (int byte = 0; byte < bytesPerPixelWord; ++byte)
+        behind[byte] = behind[byte - bytesPerPixelWord];
 }
 
 void InterpolateColumns(const ColumnInterpolation& job) {

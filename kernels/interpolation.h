@@ -5,20 +5,26 @@
 
 namespace zvk::kernels {
 
-// A job of blending two source rows into a line of numbers, four per pixel.
+// A line has room for this many pixels behind its own. How it holds their numbers is the kernels'
+// own affair: those that write it read it.
+inline constexpr std::int64_t linePadding = 16;
+
+// A job of blending two source rows into a line of numbers, four per pixel. The last pixel is
+// repeated once.
 struct RowInterpolation {
     const std::uint8_t* nearRow;
     const std::uint8_t* farRow;
     float nearWeight;
     float farWeight;
-    std::int64_t width;  // in pixels
+    std::int64_t width;  // in pixels, at least 1
     float* line;
 };
 
 // A job of enlarging a line to a row of pixels.
 struct ColumnInterpolation {
-    const float* line;            // one pixel more than any index, to be read as the next one
-    const std::int32_t* indices;  // of the pixel at or before each destination pixel
+    const float* line;
+    std::int64_t lineWidth;       // in pixels, the repeated one apart
+    const std::int32_t* indices;  // of the pixel at or before each destination pixel; they ascend
     const float* nearWeights;
     const float* farWeights;
     std::int64_t width;      // in pixels

@@ -26,6 +26,9 @@ void InterpolateRowsInVectors(const RowInterpolation& job) {
         const float farPart = static_cast<float>(job.farRow[index]) * job.farWeight;
         job.line[index] = nearPart + farPart;
     }
+    float* const behind = job.line + count;
+    for (int byte = 0; byte < bytesPerPixelWord; ++byte)
+        behind[byte] = behind[byte - bytesPerPixelWord];
 }
 
 template <typename Simd>

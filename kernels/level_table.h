@@ -8,6 +8,7 @@
 #include "kernels/copying_body.h"
 #include "kernels/interpolation_body.h"
 #include "kernels/kernel_table.h"
+#include "kernels/planar_interpolation_body.h"
 #include "kernels/resampling_body.h"
 
 namespace zvk::kernels {
@@ -17,13 +18,25 @@ namespace {
 // a row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
 template <typename Simd, typename Narrow, typename Taps, typename Words, typename Doubles>
 constexpr KernelTable TableOf(InstructionSet level) {
+    constexpr auto interpolateRows = [] {
+        if constexpr (Simd::canPermute)
+            return InterpolateRowsToPlanes<Simd>;
+        else
+            return InterpolateRowsInVectors<Simd>;
+    }();
+    constexpr auto interpolateColumns = [] {
+        if constexpr (Simd::canPermute)
+            return InterpolateColumnsOfPlanes<Simd>;
+        else
+            return InterpolateColumnsInVectors<Simd>;
+    }();
     return {.instructionSet = level,
             .resampleRows = ResampleRows<Taps>,
             .blendRows = BlendRows<Simd, Narrow, Taps>,
             .widenRow = WidenRow<Simd>,
             .averageRow = AverageRowInVectors<Narrow>,
-            .interpolateRows = InterpolateRowsInVectors<Simd>,
-            .interpolateColumns = InterpolateColumnsInVectors<Simd>,
+            .interpolateRows = interpolateRows,
+            .interpolateColumns = interpolateColumns,
             .addToColumnSums = AddRowToColumnSums,
             .blurColumns = BlurColumnsInVectors<Words>,
             .blurRows = BlurRowsInVectors<Words>,

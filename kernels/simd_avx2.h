@@ -15,6 +15,8 @@ struct Avx2 {
     static constexpr std::int64_t floatCount = 8;
     static constexpr std::int64_t byteCount = 32;
 
+    static constexpr bool canPermute = true;
+
     static Floats Broadcast(float value) { return _mm256_set1_ps(value); }
     static Floats Load(const float* values) { return _mm256_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm256_storeu_ps(values, floats); }
@@ -29,16 +31,33 @@ struct Avx2 {
         return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(packed));
     }
 
-    static Floats LoadWeights(const float* weights) {
-        double pair = 0.0;
-        __builtin_memcpy(&pair, weights, sizeof pair);
-        const __m256 both = _mm256_castpd_ps(_mm256_set1_pd(pair));
-        return _mm256_permutevar_ps(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1));
+    // Numbers moved within a vector, or fetched, by indices.
+    using Indices = __m256i;
+    static Indices LoadIndices(const std::int32_t* indices) {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(indices));
+    }
+    static Indices Subtract(Indices indices, std::int32_t number) {
+        return _mm256_sub_epi32(indices, _mm256_set1_epi32(number));
+    }
+    static Floats Permute(Floats values, Indices indices) {
+        return _mm256_permutevar8x32_ps(values, indices);
+    }
+    static Floats Gather(const float* values, Indices indices) {
+        return _mm256_i32gather_ps(values, indices, 4);
     }
 
-    static Floats LoadPixels(const float* pixels, const std::int32_t* indices) {
-        return _mm256_insertf128_ps(_mm256_castps128_ps256(Sse2::LoadPixels(pixels, indices)),
-                                    Sse2::LoadPixels(pixels, indices + 1), 1);
+    // The bytes at one place of all pixels.
+    static Floats Channel(Bytes pixels, int byte) {
+        const __m256i values = _mm256_srl_epi32(pixels, _mm_cvtsi32_si128(8 * byte));
+        return _mm256_cvtepi32_ps(_mm256_and_si256(values, _mm256_set1_epi32(255)));
+    }
+
+    // Pixels of four channels' numbers, truncated and clamped.
+    static Bytes Interleave(const Floats (&channels)[4]) {
+        const __m256i bytes = ToBytes(channels);
+        const __m256i byPixel = _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+        return _mm256_shuffle_epi8(bytes, byPixel);
     }
 
     // In groups of four bytes, one of each vector's lower half and then one of each upper half.

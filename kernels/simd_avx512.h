@@ -13,6 +13,8 @@ struct Avx512 {
     static constexpr std::int64_t floatCount = 16;
     static constexpr std::int64_t byteCount = 64;
 
+    static constexpr bool canPermute = true;
+
     static Floats Broadcast(float value) { return _mm512_set1_ps(value); }
     static Floats Load(const float* values) { return _mm512_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm512_storeu_ps(values, floats); }
@@ -26,15 +28,31 @@ struct Avx512 {
         return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(Sse2::LoadAll(bytes)));
     }
 
-    static Floats LoadWeights(const float* weights) {
-        const __m512 all = _mm512_broadcast_f32x4(_mm_loadu_ps(weights));
-        const __m512i pattern = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
-        return _mm512_permutevar_ps(all, pattern);
+    // Numbers moved within a vector, or fetched, by indices.
+    using Indices = __m512i;
+    static Indices LoadIndices(const std::int32_t* indices) { return _mm512_loadu_si512(indices); }
+    static Indices Subtract(Indices indices, std::int32_t number) {
+        return _mm512_sub_epi32(indices, _mm512_set1_epi32(number));
+    }
+    static Floats Permute(Floats values, Indices indices) {
+        return _mm512_permutexvar_ps(indices, values);
+    }
+    static Floats Gather(const float* values, Indices indices) {
+        return _mm512_i32gather_ps(indices, values, 4);
     }
 
-    static Floats LoadPixels(const float* pixels, const std::int32_t* indices) {
-        return _mm512_insertf32x8(_mm512_castps256_ps512(Avx2::LoadPixels(pixels, indices)),
-                                  Avx2::LoadPixels(pixels, indices + 2), 1);
+    // The bytes at one place of all pixels.
+    static Floats Channel(Bytes pixels, int byte) {
+        const __m512i values = _mm512_srl_epi32(pixels, _mm_cvtsi32_si128(8 * byte));
+        return _mm512_cvtepi32_ps(_mm512_and_si512(values, _mm512_set1_epi32(255)));
+    }
+
+    // Pixels of four channels' numbers, truncated and clamped.
+    static Bytes Interleave(const Floats (&channels)[4]) {
+        const __m512i bytes = ToBytes(channels);
+        const __m512i byPixel = _mm512_broadcast_i32x4(
+            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+        return _mm512_shuffle_epi8(bytes, byPixel);
     }
 
     // In groups of four bytes, the first quarters of the vectors, then the second and so on.

@@ -17,6 +17,8 @@ struct Sse2 {
     static constexpr std::int64_t floatCount = 4;
     static constexpr std::int64_t byteCount = 16;
     static constexpr Mask allLanes = 0xFFFF;
+    // Whether numbers can be moved within a vector by their indices.
+    static constexpr bool canPermute = false;
 
     static Floats Broadcast(float value) { return _mm_set1_ps(value); }
     static Floats Load(const float* values) { return _mm_loadu_ps(values); }

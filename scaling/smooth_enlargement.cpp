@@ -65,7 +65,7 @@ class Enlargement {
     // False where there is nothing to enlarge or no memory for the work.
     bool Allocate() {
         if (reader_.width < 1 || reader_.height < 1) return false;
-        line_ = AllocateZeroed<float>((reader_.width + 1) * bytesPerPixelWord);
+        line_ = AllocateZeroed<float>((reader_.width + kernels::linePadding) * bytesPerPixelWord);
         return columns_.Allocate(reader_.width, width_) &&
                rows_.Allocate(reader_.height, height_) && line_ != nullptr;
     }
@@ -105,10 +105,8 @@ class Enlargement {
                                  .farWeight = rows_.farWeights()[y],
                                  .width = reader_.width,
                                  .line = line_.get()});
-        // The pixel behind the last is the last.
-        float* behind = line_.get() + reader_.width * bytesPerPixelWord;
-        std::copy_n(behind - bytesPerPixelWord, bytesPerPixelWord, behind);
         kernels.interpolateColumns({.line = line_.get(),
+                                    .lineWidth = reader_.width,
                                     .indices = columns_.indices(),
                                     .nearWeights = columns_.nearWeights(),
                                     .farWeights = columns_.farWeights(),

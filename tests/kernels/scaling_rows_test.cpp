@@ -104,7 +104,7 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
     nearRow.FillRandomly(random);
     farRow.FillRandomly(random);
     const auto far = std::generate_canonical<float, 24>(random);
-    const auto lineSize = static_cast<std::size_t>(4 * (sourceWidth + 1));
+    const auto lineSize = static_cast<std::size_t>(4 * (sourceWidth + linePadding));
     std::vector<float> line(lineSize);
     std::vector<float> expectedLine(lineSize);
     RowInterpolation rows{.nearRow = nearRow.data(),
@@ -116,7 +116,6 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
     kernels().interpolateRows(rows);
     rows.line = expectedLine.data();
     InterpolateRows(rows);
-    ASSERT_EQ(line, expectedLine);
 
     std::vector<std::int32_t> indices;
     std::vector<float> nearWeights;
@@ -130,6 +129,7 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
     found.FillRandomly(random);
     std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
     ColumnInterpolation columns{.line = line.data(),
+                                .lineWidth = sourceWidth,
                                 .indices = indices.data(),
                                 .nearWeights = nearWeights.data(),
                                 .farWeights = farWeights.data(),
@@ -137,6 +137,7 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
                                 .byteMask = mask,
                                 .destination = found.data()};
     kernels().interpolateColumns(columns);
+    columns.line = expectedLine.data();
     columns.destination = expected.data();
     InterpolateColumns(columns);
     ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected)
@@ -152,6 +153,8 @@ TEST_P(ScalingRowKernels, InterpolateEveryWidthAndEveryByteAndTouchNothingElse) 
         }
     }
     CheckInterpolation(1000, 3001, 0xFFFFFFFF);
+    // Nearly the same size: the pixels of a vector lie as far apart as they can.
+    CheckInterpolation(1000, 1003, 0xFFFFFFFF);
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, ScalingRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),

@@ -1,0 +1,149 @@
+// The vector body of smooth enlargement's two steps for vectors whose numbers can be permuted: the
+// line is kept as four planes, one for each byte of the pixels.
+//
+// Exactness: as in interpolation_body.h.
+#pragma once
+
+#include "kernels/interpolation.h"
+#include "kernels/kernel_table.h"
+
+namespace zvk::kernels {
+namespace {
+
+// Where the planes of a line of `width` pixels lie, with room for a vector behind each.
+inline std::int64_t PlaneStride(std::int64_t width) {
+    return width + linePadding;
+}
+
+template <typename Simd>
+class PlaneWriter {
+  public:
+    explicit PlaneWriter(const RowInterpolation& job)
+        : job_(job),
+          nearWeight_(Simd::Broadcast(job.nearWeight)),
+          farWeight_(Simd::Broadcast(job.farWeight)) {}
+
+    void Run() const {
+        std::int64_t x = 0;
+        for (; x + Simd::floatCount <= job_.width; x += Simd::floatCount) {
+            const std::int64_t offset = x * bytesPerPixelWord;
+            WritePixels(x, Simd::LoadAll(job_.nearRow + offset),
+                        Simd::LoadAll(job_.farRow + offset));
+        }
+        if (x < job_.width) WritePixels(x, LoadRest(job_.nearRow, x), LoadRest(job_.farRow, x));
+        // The pixel behind the last is the last.
+        for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
+            float* behind = Plane(byte) + job_.width;
+            *behind = *(behind - 1);
+        }
+    }
+
+  private:
+    using Bytes = typename Simd::Bytes;
+
+    float* Plane(int byte) const { return job_.line + byte * PlaneStride(job_.width); }
+
+    Bytes LoadRest(const std::uint8_t* row, std::int64_t x) const {
+        std::uint8_t bytes[Simd::byteCount] = {};
+        __builtin_memcpy(bytes, row + x * bytesPerPixelWord,
+                         static_cast<std::size_t>((job_.width - x) * bytesPerPixelWord));
+        return Simd::LoadAll(bytes);
+    }
+
+    void WritePixels(std::int64_t x, Bytes nearPixels, Bytes farPixels) const {
+        for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
+            const auto nearPart = Simd::Multiply(Simd::Channel(nearPixels, byte), nearWeight_);
+            const auto farPart = Simd::Multiply(Simd::Channel(farPixels, byte), farWeight_);
+            Simd::Store(Plane(byte) + x, Simd::Add(nearPart, farPart));
+        }
+    }
+
+    const RowInterpolation& job_;
+    typename Simd::Floats nearWeight_;
+    typename Simd::Floats farWeight_;
+};
+
+template <typename Simd>
+class PlaneReader {
+  public:
+    explicit PlaneReader(const ColumnInterpolation& job) : job_(job) {}
+
+    void Run() const {
+        if (job_.width < Simd::floatCount) {
+            for (std::int64_t x = 0; x < job_.width; ++x)
+                WritePixel(x);
+            return;
+        }
+        std::int64_t x = 0;
+        for (; x + Simd::floatCount <= job_.width; x += Simd::floatCount)
+            WritePixels(x);
+        // The last vector goes back over pixels that have been written; they come out the same.
+        if (x < job_.width) WritePixels(job_.width - Simd::floatCount);
+    }
+
+  private:
+    using Floats = typename Simd::Floats;
+
+    const float* Plane(int byte) const { return job_.line + byte * PlaneStride(job_.lineWidth); }
+
+    void WritePixels(std::int64_t x) const {
+        const std::int32_t* const indices = job_.indices + x;
+        // Enlarged, neighbours are seldom farther apart than a vector reaches.
+        const std::int32_t base = indices[0];
+        const bool isNear = indices[Simd::floatCount - 1] + 1 - base < Simd::floatCount;
+        const auto places = Simd::Subtract(Simd::LoadIndices(indices), base);
+        const auto nextPlaces = Simd::Subtract(Simd::LoadIndices(indices), base - 1);
+        const Floats nearWeights = Simd::Load(job_.nearWeights + x);
+        const Floats farWeights = Simd::Load(job_.farWeights + x);
+        Floats channels[bytesPerPixelWord];
+        for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
+            const float* const numbers = Plane(byte) + base;
+            const Floats window = Simd::Load(numbers);
+            const Floats nearNumbers =
+                isNear ? Simd::Permute(window, places) : Simd::Gather(numbers, places);
+            const Floats farNumbers =
+                isNear ? Simd::Permute(window, nextPlaces) : Simd::Gather(numbers, nextPlaces);
+            const Floats nearPart = Simd::Multiply(nearNumbers, nearWeights);
+            const Floats farPart = Simd::Multiply(farNumbers, farWeights);
+            channels[byte] = Simd::Add(Simd::Add(Simd::Broadcast(0.5F), nearPart), farPart);
+        }
+        std::uint8_t* destination = job_.destination + x * bytesPerPixelWord;
+        auto pixels = Simd::Interleave(channels);
+        if (job_.byteMask != 0xFFFFFFFF)
+            pixels = Simd::Select(job_.byteMask, pixels, Simd::LoadAll(destination));
+        Simd::StoreAll(destination, pixels);
+    }
+
+    // One pixel, for rows that are shorter than a vector.
+    void WritePixel(std::int64_t x) const {
+        float pixels[2 * bytesPerPixelWord];
+        for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
+            pixels[byte] = Plane(byte)[job_.indices[x]];
+            pixels[bytesPerPixelWord + byte] = Plane(byte)[job_.indices[x] + 1];
+        }
+        const std::int32_t first = 0;
+        InterpolateColumns({.line = pixels,
+                            .lineWidth = 1,
+                            .indices = &first,
+                            .nearWeights = job_.nearWeights + x,
+                            .farWeights = job_.farWeights + x,
+                            .width = 1,
+                            .byteMask = job_.byteMask,
+                            .destination = job_.destination + x * bytesPerPixelWord});
+    }
+
+    const ColumnInterpolation& job_;
+};
+
+template <typename Simd>
+void InterpolateRowsToPlanes(const RowInterpolation& job) {
+    PlaneWriter<Simd>(job).Run();
+}
+
+template <typename Simd>
+void InterpolateColumnsOfPlanes(const ColumnInterpolation& job) {
+    PlaneReader<Simd>(job).Run();
+}
+
+}  // namespace
+}  // namespace zvk::kernels
