@@ -2,7 +2,8 @@
 //
 // Exactness: a channel is trunc((0.5 + boxHeight * rowSum) / (boxWidth * boxHeight)) in double. The
 // row counts boxHeight times, and adding whole numbers to 0.5 is exact as long as they stay below
-// 2^52, so one multiplication gives what repeated additions give.
+// 2^52, so one multiplication gives what repeated additions give. Rounded it is
+// trunc(boxHeight * rowSum / (boxWidth * boxHeight) + 0.5), the resampler's mean.
 #include "kernels/box_average.h"
 
 #include <cstring>
@@ -34,8 +35,9 @@ RowSums SumPixels(const std::uint8_t* pixel, const ChannelOrder& order, std::int
 void AverageRow(const RowAveraging& job) {
     const auto count = static_cast<double>(job.boxWidth * job.boxHeight);
     const auto mean = [&](std::int64_t rowSum) -> std::uint32_t {
-        const double sum = 0.5 + static_cast<double>(job.boxHeight) * static_cast<double>(rowSum);
-        return ClampToByte(TruncateToInt32(sum / count));
+        const double sum = static_cast<double>(job.boxHeight) * static_cast<double>(rowSum);
+        if (job.rounded) return ClampToByte(TruncateToInt32(sum / count + 0.5));
+        return ClampToByte(TruncateToInt32((0.5 + sum) / count));
     };
     const bool isEmpty = job.sourceWidth < 1 || job.boxHeight < 1;
     for (std::int64_t x = 0; x < job.width; ++x) {

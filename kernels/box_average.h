@@ -1,5 +1,5 @@
-// The row of fast scaling as it is defined: blocks of neighbouring pixels averaged into opaque
-// ones.
+// Blocks of neighbouring pixels averaged into opaque ones: the row of fast scaling as it is
+// defined, and rows of the resampler whose weights are all the same.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,13 @@ struct RowAveraging {
     const std::int32_t* starts;
     std::int64_t boxWidth;   // pixels of a block; blocks lie inside the row
     std::int64_t boxHeight;  // how often the row counts; 0 gives black
+    bool rounded;            // whether means are rounded half up instead of truncated
     ChannelOrder order;
     std::int64_t width;  // in pixels
     std::uint8_t* destination;
 };
 
-// Every channel of a destination pixel is the truncated mean of its block.
+// Every channel of a destination pixel is the mean of its block.
 void AverageRow(const RowAveraging& job);
 
 }  // namespace zvk::kernels

@@ -5,6 +5,8 @@
 // formed in single precision. It lies at least 0.5 / w off every whole number, and is off by at
 // most 256 * 3 * 2^-24, which is less for w up to 8192. S is exact below 2^24. For short boxes S
 // and its quotient are formed in 16 bits, by the condition that `Quotient` states.
+//
+// Rounded, the mean is trunc(S / w + 0.5), and so (S + w div 2) div w: w div 2 is added to S first.
 #pragma once
 
 #include "kernels/box_average.h"
@@ -24,6 +26,7 @@ class RowAverager {
         : job_(job),
           arrange_(job.sourceOrder, job.order),
           inverse_(1.0F / static_cast<float>(job.boxWidth)),
+          addend_(0.5F + static_cast<float>(job.rounded ? job.boxWidth / 2 : 0)),
           lastMask_(MaskOf(job.boxWidth % pixelsPerVector)),
           wholeVectors_(job.boxWidth / pixelsPerVector) {}
 
@@ -49,29 +52,14 @@ class RowAverager {
     }
 
     void WritePixels(std::int64_t x) const {
-        __m128i pixels;
-        if (job_.boxWidth == 1) {
-            pixels = _mm_setr_epi32(PixelAt(x), PixelAt(x + 1), PixelAt(x + 2), PixelAt(x + 3));
-        } else {
-            pixels = Simd::ToBytes({MeanAt(x), MeanAt(x + 1), MeanAt(x + 2), MeanAt(x + 3)});
-        }
+        const __m128i pixels =
+            Simd::ToBytes({MeanAt(x), MeanAt(x + 1), MeanAt(x + 2), MeanAt(x + 3)});
         Simd::StoreAll(job_.destination + x * bytesPerPixelWord, arrange_(pixels));
     }
 
-    int PixelAt(std::int64_t x) const {
-        int pixel = 0;
-        __builtin_memcpy(&pixel, BlockAt(x), sizeof pixel);
-        return pixel;
-    }
-
     __m128 MeanAt(std::int64_t x) const {
-        const __m128 half = _mm_set1_ps(0.5F);
         const __m128 sum = _mm_cvtepi32_ps(SumBlock(job_.starts[x]));
-        return _mm_mul_ps(_mm_add_ps(sum, half), _mm_set1_ps(inverse_));
-    }
-
-    const std::uint8_t* BlockAt(std::int64_t x) const {
-        return job_.source + std::int64_t{job_.starts[x]} * bytesPerPixelWord;
+        return _mm_mul_ps(_mm_add_ps(sum, _mm_set1_ps(addend_)), _mm_set1_ps(inverse_));
     }
 
     __m128i SumBlock(std::int64_t start) const {
@@ -97,15 +85,36 @@ class RowAverager {
     const RowAveraging& job_;
     typename Simd::Arrangement arrange_;
     float inverse_;
+    float addend_;
     __m128i lastMask_;
     std::int64_t wholeVectors_;
 };
+
+// Takes boxes of one pixel.
+template <typename Simd>
+void PickPixels(const RowAveraging& job) {
+    const typename Simd::Arrangement arrange(job.sourceOrder, job.order);
+    const auto pixelAt = [&job](std::int64_t x) {
+        int pixel = 0;
+        __builtin_memcpy(&pixel, job.source + job.starts[x] * bytesPerPixelWord, sizeof pixel);
+        return pixel;
+    };
+    std::int64_t x = 0;
+    for (; x + 4 <= job.width; x += 4) {
+        const __m128i pixels =
+            _mm_setr_epi32(pixelAt(x), pixelAt(x + 1), pixelAt(x + 2), pixelAt(x + 3));
+        Simd::StoreAll(job.destination + x * bytesPerPixelWord, arrange(pixels));
+    }
+    for (; x < job.width; ++x) {
+        const int pixel = _mm_cvtsi128_si32(arrange(_mm_cvtsi32_si128(pixelAt(x))));
+        __builtin_memcpy(job.destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+    }
+}
 
 // Averages boxes of two to four pixels.
 template <typename Simd>
 class ShortBoxAverager {
   public:
-    static constexpr std::int64_t shortest = 2;
     static constexpr std::int64_t longest = 4;
 
     explicit ShortBoxAverager(const RowAveraging& job)
@@ -113,6 +122,7 @@ class ShortBoxAverager {
           inside_(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3),
                                   _mm_set1_epi32(static_cast<int>(job.boxWidth)))) {
         const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
+        addend_ = _mm_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
         multiplier_ = _mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
         shift_ = _mm_cvtsi32_si128(quotient.shift);
     }
@@ -141,7 +151,7 @@ class ShortBoxAverager {
     // The channels of the boxes that start at two pixels, in 16 bits.
     __m128i Means(const std::uint8_t* source, std::int64_t first, std::int64_t second) const {
         const __m128i sums = Simd::SumTwoBoxes(Box(source, first), Box(source, second));
-        return _mm_srl_epi16(_mm_mulhi_epu16(sums, multiplier_), shift_);
+        return _mm_srl_epi16(_mm_mulhi_epu16(_mm_add_epi16(sums, addend_), multiplier_), shift_);
     }
 
     __m128i Box(const std::uint8_t* source, std::int64_t start) const {
@@ -150,6 +160,7 @@ class ShortBoxAverager {
 
     typename Simd::Arrangement arrange_;
     __m128i inside_;
+    __m128i addend_;
     __m128i multiplier_;
     __m128i shift_;
 };
@@ -158,8 +169,9 @@ template <typename Simd>
 void AverageRowInVectors(const RowAveraging& job) {
     if (job.sourceWidth < 1 || job.boxHeight < 1 || job.boxWidth > widestExactBox) {
         AverageRow(job);
-    } else if (job.boxWidth >= ShortBoxAverager<Simd>::shortest &&
-               job.boxWidth <= ShortBoxAverager<Simd>::longest) {
+    } else if (job.boxWidth == 1) {
+        PickPixels<Simd>(job);
+    } else if (job.boxWidth <= ShortBoxAverager<Simd>::longest) {
         ShortBoxAverager<Simd>(job).Run(job);
     } else {
         RowAverager<Simd>(job).Run();

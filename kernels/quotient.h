@@ -37,7 +37,8 @@ constexpr std::int64_t MultiplierFor(std::int32_t boxLength) {
 }  // namespace quotient
 
 constexpr bool Quotient::Exists(std::int32_t boxLength) {
-    const std::int64_t greatestSum = 255 * std::int64_t{boxLength};
+    // Half a box length more than its bytes, for means that are rounded.
+    const std::int64_t greatestSum = 255 * std::int64_t{boxLength} + boxLength / 2;
     if (greatestSum > 0xFFFF) return false;
     const std::int64_t power = std::int64_t{1} << (16 + quotient::ShiftFor(boxLength));
     const std::int64_t excess = quotient::MultiplierFor(boxLength) * boxLength - power;

@@ -17,6 +17,8 @@
 #include <cmath>
 #include <limits>
 
+#include "scaling/contributions.h"
+
 namespace zvk {
 
 namespace {
@@ -47,13 +49,6 @@ bool IsExact(const ContributionList& list, double magnitude) {
     });
 }
 
-// Whether the list is a plain mean of n neighbours: then v is a multiple of 1 / 2n.
-bool IsPlainMean(const ContributionList& list, std::int32_t count) {
-    return list.weightSum == static_cast<float>(count) && list.count == count &&
-           std::all_of(list.entries, list.entries + count,
-                       [](const Contribution& entry) { return entry.weight == 1.0F; });
-}
-
 // Chooses bias and slack such that the kernels' interval holds the definition's byte.
 void SetBounds(BoundedList& bounded, const ContributionList& list, double magnitude) {
     const double error = ErrorBound(magnitude, bounded.count);
@@ -64,7 +59,7 @@ void SetBounds(BoundedList& bounded, const ContributionList& list, double magnit
     }
     // Half a step above the value, where no rounding reaches the next multiple.
     const double step = 0.5 / bounded.count;
-    if (IsPlainMean(list, bounded.count) && error < step / 2) {
+    if (bounded.count == list.count && IsPlainMean(list) && error < step / 2) {
         bounded.bias = static_cast<float>(0.5 + step / 2);
         bounded.slack = 0.0F;
         return;

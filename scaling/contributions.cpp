@@ -39,4 +39,11 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
     return own->pixel;
 }
 
+bool IsPlainMean(const ContributionList& list) {
+    if (list.count < 1 || list.weightSum != static_cast<float>(list.count)) return false;
+    if (list.entries[list.count - 1].pixel - list.entries[0].pixel != list.count - 1) return false;
+    return std::all_of(list.entries, list.entries + list.count,
+                       [](const Contribution& entry) { return entry.weight == 1.0F; });
+}
+
 }  // namespace zvk

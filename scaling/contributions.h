@@ -46,6 +46,9 @@ class ContributionTable {
 // The pixel whose bytes a list always gives, along a row and down a column, if there is one.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 
+// Whether all weights of a list of neighbouring pixels are 1, so that it gives their mean.
+bool IsPlainMean(const ContributionList& list);
+
 // How far source coordinates lie apart along an axis, and which of them a destination coordinate
 // looks at.
 struct AxisMapping {

@@ -32,6 +32,7 @@ class RowAverager {
                .starts = starts_.data(),
                .boxWidth = static_cast<std::int64_t>(std::ceil(stepX_)),
                .boxHeight = static_cast<std::int64_t>(std::ceil(stepY_)),
+               .rounded = false,
                .order = writer.Order(),
                .width = 0,
                .destination = nullptr} {}

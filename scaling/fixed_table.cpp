@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "scaling/contributions.h"
+
 namespace zvk {
 
 namespace {
@@ -89,14 +91,6 @@ struct WholeInterval {
         : begin(static_cast<std::int32_t>(std::floor(remainders.below - error))),
           length(static_cast<std::int32_t>(std::ceil(remainders.above + error)) - begin) {}
 };
-
-// Whether the list is a plain mean of n pixels; then v is a multiple of 1 / 2n.
-bool IsPlainMean(const ContributionList& list) {
-    const auto entries = EntriesOf(list);
-    return list.weightSum == static_cast<float>(list.count) &&
-           std::all_of(entries.begin(), entries.end(),
-                       [](const Contribution& entry) { return entry.weight == 1.0F; });
-}
 
 // Chooses the bounds of the coarse digit. `error` is in its units.
 void SetCoarseBounds(FixedList& fixed, const Remainders& remainders, double error) {

@@ -14,7 +14,8 @@ RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> 
       lists_(lists),
       order_(ChannelOrderOf(reader.pixelFormat)),
       copiesRows_(order_ && IsCopy()),
-      useKernels_(order_ && !copiesRows_ && PrepareKernels()) {
+      averagesBoxes_(order_ && !copiesRows_ && PrepareBoxes()),
+      useKernels_(order_ && !copiesRows_ && !averagesBoxes_ && PrepareKernels()) {
 }
 
 bool RowPass::IsCopy() const {
@@ -22,6 +23,22 @@ bool RowPass::IsCopy() const {
     std::int32_t x = 0;
     return std::ranges::all_of(
         lists_, [&x](const ContributionList& list) { return CopiedPixel(list) == x++; });
+}
+
+// Whether all pixels are plain means of equally many neighbours, and few of them.
+bool RowPass::PrepareBoxes() {
+    constexpr std::int32_t longestBox = 8;
+    if (lists_.empty() || lists_[0].count < 1 || lists_[0].count > longestBox) return false;
+    const auto isBox = [this](const ContributionList& list) {
+        return list.count == lists_[0].count && IsPlainMean(list);
+    };
+    if (!std::ranges::all_of(lists_, isBox)) return false;
+    boxStarts_ = AllocateZeroed<std::int32_t>(std::ssize(lists_));
+    if (boxStarts_ == nullptr) return false;
+    std::ranges::transform(lists_, boxStarts_.get(),
+                           [](const ContributionList& list) { return list.entries[0].pixel; });
+    boxLength_ = lists_[0].count;
+    return true;
 }
 
 bool RowPass::PrepareKernels() {
@@ -35,6 +52,8 @@ bool RowPass::PrepareKernels() {
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
     if (copiesRows_) {
         CopyRows(first, last, rows);
+    } else if (averagesBoxes_) {
+        AverageRows(first, last, rows);
     } else if (useKernels_) {
         RunKernels(first, last, rows);
     } else if (order_) {
@@ -49,6 +68,25 @@ void RowPass::CopyRows(std::int64_t first, std::int64_t last,
     const auto size = static_cast<std::size_t>(reader_.width * bytesPerPixelWord);
     for (std::int64_t y = first; y < last; ++y)
         std::memcpy(rows.Row(y), reader_.RowAddress(y), size);
+}
+
+void RowPass::AverageRows(std::int64_t first, std::int64_t last,
+                          const kernels::PixelRows& rows) const {
+    kernels::RowAveraging job{.source = nullptr,
+                              .sourceOrder = *order_,
+                              .sourceWidth = reader_.width,
+                              .starts = boxStarts_.get(),
+                              .boxWidth = boxLength_,
+                              .boxHeight = 1,
+                              .rounded = true,
+                              .order = *order_,
+                              .width = std::ssize(lists_),
+                              .destination = nullptr};
+    for (std::int64_t y = first; y < last; ++y) {
+        job.source = reader_.RowAddress(y);
+        job.destination = rows.Row(y);
+        kernels::SelectedKernels().averageRow(job);
+    }
 }
 
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {

@@ -30,8 +30,10 @@ class RowPass {
 
   private:
     bool IsCopy() const;
+    bool PrepareBoxes();
     bool PrepareKernels();
     void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
+    void AverageRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
     const std::uint8_t* ReadableRow(std::int64_t y, int place) const;
 
@@ -41,7 +43,11 @@ class RowPass {
     FixedTable fixed_;
     // Room for rows that the kernels would read beyond, if there are any.
     Buffer<std::uint8_t> padded_;
+    // Where boxes start that have all one length.
+    Buffer<std::int32_t> boxStarts_;
+    std::int64_t boxLength_ = 0;
     bool copiesRows_;
+    bool averagesBoxes_;
     bool useKernels_;
 };
 

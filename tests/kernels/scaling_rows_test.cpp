@@ -44,6 +44,7 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, 
                      .starts = starts.data(),
                      .boxWidth = boxWidth,
                      .boxHeight = static_cast<std::int64_t>(1 + random() % 1000),
+                     .rounded = random() % 2 == 0,
                      .order = testing::orders[random() % 3],
                      .width = width,
                      .destination = nullptr};
@@ -83,16 +84,22 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
             }
             const std::vector<std::int32_t> starts(4, 0);
             std::vector<std::uint8_t> found(16);
-            kernels().averageRow({.source = source.data(),
-                                  .sourceOrder = layouts::colourFirst,
-                                  .sourceWidth = sourceWidth,
-                                  .starts = starts.data(),
-                                  .boxWidth = boxWidth,
-                                  .boxHeight = 1,
-                                  .order = layouts::colourFirst,
-                                  .width = 4,
-                                  .destination = found.data()});
+            RowAveraging job({.source = source.data(),
+                              .sourceOrder = layouts::colourFirst,
+                              .sourceWidth = sourceWidth,
+                              .starts = starts.data(),
+                              .boxWidth = boxWidth,
+                              .boxHeight = 1,
+                              .rounded = false,
+                              .order = layouts::colourFirst,
+                              .width = 4,
+                              .destination = found.data()});
+            kernels().averageRow(job);
             ASSERT_EQ(found[0], sum / boxWidth) << "sum " << sum << " of " << boxWidth;
+            job.rounded = true;
+            kernels().averageRow(job);
+            ASSERT_EQ(found[0], (2 * sum + boxWidth) / (2 * boxWidth))
+                << "sum " << sum << " of " << boxWidth;
         }
     }
 }

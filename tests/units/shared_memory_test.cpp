@@ -135,6 +135,7 @@ TEST_F(SharedMemory, IsAveragedPixelByPixel) {
                              .starts = starts.data(),
                              .boxWidth = 2,
                              .boxHeight = 2,
+                             .rounded = false,
                              .order = layouts::console,
                              .width = 29,
                              .destination = memory.data() + (y + 1) * stride + 4});
