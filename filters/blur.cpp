@@ -196,6 +196,7 @@ class BlockBlur {
                                  .order = destination_.Order(),
                                  .width = width_,
                                  .rowCount = static_cast<std::int32_t>(rowCount),
+                                 .streams = destination_.IsBeyondCaches(),
                                  .destinations = {}};
         for (int row = 0; row < kernels::blurRowsAtOnce; ++row) {
             job.destinations[row] = destination_.RowAddress(std::min(y + row, height_ - 1));

@@ -148,7 +148,8 @@ class RowPainter {
                                             .sourceOrder = job.order,
                                             .destination = pixels,
                                             .order = job.order,
-                                            .width = columns.end - columns.begin});
+                                            .width = columns.end - columns.begin,
+                                            .streams = false});
     }
 
     static void DrawBorder(kernels::RowDrawing job, Columns columns) {

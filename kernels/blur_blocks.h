@@ -44,6 +44,7 @@ struct RowBlurring {
     ChannelOrder order;        // in which the rows are written
     std::int64_t width;        // pixels to write
     std::int32_t rowCount;     // rows to write
+    bool streams;              // whether the result is stored past the caches
     std::uint8_t* destinations[blurRowsAtOnce];
 };
 

@@ -79,6 +79,7 @@ class RowBlurrer {
         std::int64_t x = WriteColumns(0, inside, clamped);
         x = WriteColumns(x, insideEnd, unclamped);
         WriteColumns(x, job_.width, clamped);
+        if (job_.streams) EndStream();
     }
 
   private:
@@ -129,8 +130,10 @@ class RowBlurrer {
                                             Step(endsAt(x + 2)), Step(endsAt(x + 3))};
             __m128i rows[blurRowsAtOnce];
             Sse2::Transpose(columns, rows);
-            for (int row = 0; row < job_.rowCount; ++row)
-                Sse2::StoreAll(job_.destinations[row] + x * bytesPerPixelWord, rows[row]);
+            for (int row = 0; row < job_.rowCount; ++row) {
+                std::uint8_t* const place = job_.destinations[row] + x * bytesPerPixelWord;
+                job_.streams ? Sse2::Stream(place, rows[row]) : Sse2::StoreAll(place, rows[row]);
+            }
         }
         for (; x < end; ++x) {
             alignas(16) std::uint8_t pixels[blockColumnBytes];

@@ -27,11 +27,16 @@ void CopyShortRow(const RowCopying& job) {
     std::memcpy(job.destination, bytes, size);
 }
 
-template <typename Vectors>
+template <typename Vectors, bool streams>
 void CopyLongRow(const RowCopying& job) {
     const typename Vectors::Arrangement arrange(job.sourceOrder, job.order);
     const auto copy = [&](std::int64_t offset) {
-        Vectors::StoreAll(job.destination + offset, arrange(Vectors::LoadAll(job.source + offset)));
+        const typename Vectors::Bytes pixels = arrange(Vectors::LoadAll(job.source + offset));
+        if constexpr (streams) {
+            Vectors::Stream(job.destination + offset, pixels);
+        } else {
+            Vectors::StoreAll(job.destination + offset, pixels);
+        }
     };
     // The first and the last vector overlap others; what is written twice comes out the same.
     const std::int64_t size = job.width * bytesPerPixelWord;
@@ -48,6 +53,7 @@ void CopyLongRow(const RowCopying& job) {
     for (; offset + step <= size; offset += step)
         copy(offset);
     copy(size - step);
+    if constexpr (streams) EndStream();
 }
 
 // Makes a row opaque in its place. What is opaque already is left alone: memory that is not written
@@ -73,9 +79,9 @@ void CopyRow(const RowCopying& job) {
     if (job.source == job.destination && size >= Simd::byteCount) {
         MakeRowOpaque<Simd>(job);
     } else if (size >= Simd::byteCount) {
-        CopyLongRow<Simd>(job);
+        job.streams ? CopyLongRow<Simd, true>(job) : CopyLongRow<Simd, false>(job);
     } else if (size >= Narrow::byteCount) {
-        CopyLongRow<Narrow>(job);
+        CopyLongRow<Narrow, false>(job);
     } else {
         CopyShortRow<Narrow>(job);
     }

@@ -41,6 +41,7 @@ struct ColumnBlending {
     ChannelOrder order;
     std::int64_t width;  // in pixels
     std::uint8_t* destination;
+    bool streams;  // whether the result is stored past the caches
 };
 
 // A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
@@ -51,6 +52,7 @@ struct RowCopying {
     std::uint8_t* destination;
     ChannelOrder order;
     std::int64_t width;  // in pixels
+    bool streams;        // whether the result is stored past the caches
 };
 
 // Bytes that are read from a row at once.

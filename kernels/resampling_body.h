@@ -173,12 +173,13 @@ class ColumnBlender {
             __builtin_memcpy(job_.destination, bytes, static_cast<std::size_t>(size));
             return;
         }
-        std::int64_t offset = 0;
-        for (; offset + Simd::byteCount <= size; offset += Simd::byteCount)
-            Blend(offset, job_.destination + offset);
         // The last vector goes back over bytes that have been written; they come out the same.
         const std::int64_t last = size - Simd::byteCount;
-        if (offset < size) Blend(last, job_.destination + last);
+        std::int64_t offset = 0;
+        for (; offset < last; offset += Simd::byteCount)
+            BlendInto(job_.destination, offset);
+        BlendInto(job_.destination, last);
+        if (job_.streams) EndStream();
     }
 
   private:
@@ -187,6 +188,17 @@ class ColumnBlender {
     using Mask = typename Simd::Mask;
     using DoublePixel = typename Taps::DoublePixel;
     static constexpr int partCount = 4;
+
+    // Blends a vector's bytes from `offset` on into their place in a row.
+    void BlendInto(std::uint8_t* row, std::int64_t offset) const {
+        if (!job_.streams) {
+            Blend(offset, row + offset);
+            return;
+        }
+        std::uint8_t bytes[Simd::byteCount];
+        Blend(offset, bytes);
+        Simd::Stream(row + offset, Simd::LoadAll(bytes));
+    }
 
     // Blends a vector's bytes from `offset` on and stores them.
     void Blend(std::int64_t offset, std::uint8_t* target) const {

@@ -85,6 +85,15 @@ struct Avx2 {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), values);
     }
 
+    static void Stream(std::uint8_t* bytes, Bytes values) {
+        if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
+            Sse2::Stream(bytes, _mm256_castsi256_si128(values));
+            Sse2::Stream(bytes + Sse2::byteCount, _mm256_extracti128_si256(values, 1));
+        } else {
+            _mm256_stream_si256(reinterpret_cast<__m256i*>(bytes), values);
+        }
+    }
+
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)

@@ -10,6 +10,11 @@
 namespace zvk::kernels {
 namespace {
 
+// Makes what was streamed visible in order with what is stored later.
+inline void EndStream() {
+    _mm_sfence();
+}
+
 struct Sse2 {
     using Floats = __m128;
     using Bytes = __m128i;
@@ -53,6 +58,15 @@ struct Sse2 {
         const __m128i high =
             _mm_packs_epi32(_mm_cvttps_epi32(values[2]), _mm_cvttps_epi32(values[3]));
         return _mm_packus_epi16(low, high);
+    }
+
+    // Stores past the caches where the place allows it.
+    static void Stream(std::uint8_t* bytes, Bytes values) {
+        if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
+            StoreAll(bytes, values);
+        } else {
+            _mm_stream_si128(reinterpret_cast<__m128i*>(bytes), values);
+        }
     }
 
     // The channel sums of four pixels.

@@ -120,6 +120,12 @@ class PictureWriter : public PictureEditor {
         return height < 1 ? 0 : std::min(wanted, width);
     }
 
+    // Whether the picture is so large that nothing of it stays in any cache until it is read again.
+    bool IsBeyondCaches() const {
+        constexpr std::int64_t largestCached = std::int64_t{1} << 25U;
+        return height > 0 && width > largestCached / bytesPerPixelWord / height;
+    }
+
     // Moves the cursor to the next row; behind the last one it wraps to row 0 instead of running
     // off the picture.
     void NextRow() {

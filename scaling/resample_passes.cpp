@@ -124,7 +124,8 @@ void CopyRow(std::int64_t y, const std::uint8_t* pixels, const ChannelOrder& ord
                                         .sourceOrder = order,
                                         .destination = writer.RowAddress(y),
                                         .order = *written,
-                                        .width = writableWidth});
+                                        .width = writableWidth,
+                                        .streams = writer.IsBeyondCaches()});
 }
 
 ColumnPass::ColumnPass(const PictureReader& reader, std::span<const ContributionList> lists,
@@ -188,7 +189,8 @@ void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::i
                                               .list = bounded_.lists() + y,
                                               .order = *order,
                                               .width = writableWidth,
-                                              .destination = writer.RowAddress(y)});
+                                              .destination = writer.RowAddress(y),
+                                              .streams = writer.IsBeyondCaches()});
     } else {
         kernels::ResampleColumns(rows, rowOrder_, lists_[static_cast<std::size_t>(y)], *order,
                                  writableWidth, writer.RowAddress(y));

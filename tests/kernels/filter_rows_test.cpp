@@ -133,6 +133,7 @@ void FilterRowKernels::CheckBlur(std::int64_t width, std::int32_t radius, std::i
                      .order = to,
                      .width = width,
                      .rowCount = rowCount,
+                     .streams = random() % 2 == 0,
                      .destinations = {}};
     std::vector<std::unique_ptr<GuardedBytes>> entering;
     std::vector<std::unique_ptr<GuardedBytes>> found;
@@ -260,7 +261,8 @@ TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
                     expected[x + to.alpha] = to.opaque;
                 }
                 GuardedBytes found(4 * width, guard);
-                kernels().copyRow({source.data(), from, found.data(), to, width});
+                kernels().copyRow(
+                    {source.data(), from, found.data(), to, width, random() % 2 == 0});
                 ASSERT_EQ(std::vector(found.data(), found.data() + found.size()), expected);
             }
         }
@@ -275,7 +277,7 @@ TEST_P(FilterRowKernels, MakeRowsOpaqueInTheirPlace) {
             std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
             for (std::size_t x = 0; x < expected.size(); x += 4)
                 expected[x + order.alpha] = order.opaque;
-            kernels().copyRow({row.data(), order, row.data(), order, width});
+            kernels().copyRow({row.data(), order, row.data(), order, width, false});
             ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected);
         }
     }

@@ -145,7 +145,8 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
                                  .list = bounded.lists() + y,
                                  .order = to,
                                  .width = width,
-                                 .destination = found.data()});
+                                 .destination = found.data(),
+                                 .streams = random() % 2 == 0});
             ResampleColumns(places, from, lists[y], to, width, expected.data());
             for (std::size_t byte = 0; byte < expected.size(); ++byte) {
                 ASSERT_EQ(found.data()[byte], expected[byte])
@@ -205,7 +206,8 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
                                  .list = bounded.lists() + y,
                                  .order = layouts::colourFirst,
                                  .width = 20,
-                                 .destination = found.data()});
+                                 .destination = found.data(),
+                                 .streams = false});
             ResampleColumns(places, layouts::console, lists[y], layouts::colourFirst, 20,
                             expected.data());
             ASSERT_EQ(found, expected);
