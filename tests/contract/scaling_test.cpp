@@ -98,6 +98,19 @@ TEST_P(ScalingInMode, GivesTheReferencesBytesForExtremeRatios) {
     }
 }
 
+// Ratios at which lists repeat, are plain means or copies, or meet exact halves.
+TEST_P(ScalingInMode, GivesTheReferencesBytesForRatiosOfWholeNumbers) {
+    const std::vector<std::pair<Size, Size>> ratios = {
+        {{48, 36}, {12, 9}},  {{42, 33}, {14, 11}}, {{26, 22}, {13, 11}}, {{64, 40}, {8, 5}},
+        {{11, 9}, {44, 36}},  {{13, 7}, {39, 21}},  {{17, 12}, {34, 24}}, {{45, 30}, {30, 20}},
+        {{40, 12}, {40, 36}}, {{12, 40}, {36, 40}}, {{70, 31}, {70, 31}}, {{72, 24}, {12, 4}}};
+    std::uint64_t seed = 250;
+    for (const auto& [from, to] : ratios) {
+        ExpectScaledFromRandom({8, 8, false}, GetParam(), from, to, ++seed);
+        ExpectScaledFromRandom({2, 5, false}, GetParam(), from, to, ++seed);
+    }
+}
+
 TEST_P(ScalingInMode, GivesTheReferencesBytesForRandomCases) {
     constexpr std::uint64_t cases = 40;
     const std::vector<Layouts> layouts = AllLayouts();
@@ -120,6 +133,9 @@ TEST(Scaling, GivesTheReferencesBytesForPicturesOfThousandsOfPixels) {
     ExpectScaledFromRandom({8, 8, false}, box, {2500, 1700}, {1999, 333}, 302);
     ExpectScaledFromRandom({1, 1, true}, 5, {700, 500}, {1500, 1200}, 303);
     ExpectScaledFromRandom({4, 3, false}, 3, {3000, 40}, {90, 1800}, 304);
+    // More than any cache holds: some of it blended, some copied.
+    ExpectScaledFromRandom({8, 8, false}, 1, {4100, 3}, {4103, 2100}, 305);
+    ExpectScaledFromRandom({3, 4, false}, box, {3, 2050}, {4101, 2050}, 306);
 }
 
 TEST(Scaling, ReproducesColoursAtTheSourcesOwnSizeAndMakesThemOpaque) {

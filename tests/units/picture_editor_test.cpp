@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <limits>
 #include <vector>
 
 #include "fake_host.h"
@@ -25,6 +26,20 @@ void Describe(PictureEditor& editor, std::vector<std::uint8_t>& memory, std::int
     editor.pixelFormat = format;
     editor.firstRow = memory.data();
     editor.rowPointer = memory.data();
+}
+
+TEST(PictureWriter, IsBeyondCachesFromThirtyTwoMebibytesOn) {
+    std::vector<std::uint8_t> memory(4);
+    PictureWriter writer;
+    Describe(writer, memory, 4096, 2048, PixelFormat::Last);
+    EXPECT_FALSE(writer.IsBeyondCaches());
+    writer.width += 1;
+    EXPECT_TRUE(writer.IsBeyondCaches());
+    writer.width = std::numeric_limits<std::int32_t>::max();
+    writer.height = std::numeric_limits<std::int32_t>::max();
+    EXPECT_TRUE(writer.IsBeyondCaches());
+    writer.height = 0;
+    EXPECT_FALSE(writer.IsBeyondCaches());
 }
 
 TEST(PictureWriter, WrapsToTheFirstRowBehindTheLast) {
