@@ -131,13 +131,13 @@ class BlockBlur {
           height_(source.height) {}
 
     // Whether it gives what the blur row by row gives: the host has to have handed out a picture as
-    // large as was asked for, with memory of its own.
+    // large as was asked for, with memory of its own for each row.
     static bool Serves(const PictureReader& source, const PictureWriter& destination,
                        std::int32_t radius) {
         constexpr std::int32_t greatestRadius = 128;
         return radius <= greatestRadius && kernels::Quotient::Exists(2 * radius + 1) &&
                destination.width == source.width && destination.height == source.height &&
-               !SharesPixels(source, destination);
+               HasSeparateRows(destination) && !SharesPixels(source, destination);
     }
 
     // False when out of memory.

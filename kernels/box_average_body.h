@@ -116,6 +116,7 @@ template <typename Simd>
 class ShortBoxAverager {
   public:
     static constexpr std::int64_t longest = 4;
+    static_assert(Quotient::Exists(2, 1) && Quotient::Exists(3, 1) && Quotient::Exists(4, 2));
 
     explicit ShortBoxAverager(const RowAveraging& job)
         : arrange_(job.sourceOrder, job.order),

@@ -15,8 +15,9 @@ struct Quotient {
     std::uint16_t multiplier;
     std::int32_t shift;
 
-    // Whether the quotients of all sums of a box of `boxLength` bytes are exact this way.
-    static constexpr bool Exists(std::int32_t boxLength);
+    // Whether the quotients of all sums of a box of `boxLength` bytes and `addend` are exact this
+    // way.
+    static constexpr bool Exists(std::int32_t boxLength, std::int32_t addend = 0);
     static constexpr Quotient By(std::int32_t boxLength);
 };
 
@@ -36,9 +37,8 @@ constexpr std::int64_t MultiplierFor(std::int32_t boxLength) {
 
 }  // namespace quotient
 
-constexpr bool Quotient::Exists(std::int32_t boxLength) {
-    // Half a box length more than its bytes, for means that are rounded.
-    const std::int64_t greatestSum = 255 * std::int64_t{boxLength} + boxLength / 2;
+constexpr bool Quotient::Exists(std::int32_t boxLength, std::int32_t addend) {
+    const std::int64_t greatestSum = 255 * std::int64_t{boxLength} + addend;
     if (greatestSum > 0xFFFF) return false;
     const std::int64_t power = std::int64_t{1} << (16 + quotient::ShiftFor(boxLength));
     const std::int64_t excess = quotient::MultiplierFor(boxLength) * boxLength - power;

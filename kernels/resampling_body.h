@@ -237,11 +237,8 @@ class ColumnBlender {
                 sums[part] =
                     Simd::MultiplyAdd(LoadPart(row + part * Simd::floatCount), weight, sums[part]);
             }
-            row += rows.stride;
-            if (++place == rows.capacity) {
-                place = 0;
-                row = begin;
-            }
+            place = place + 1 == rows.capacity ? 0 : place + 1;
+            row = place == 0 ? begin : row + rows.stride;
         }
     }
 

@@ -94,6 +94,10 @@ class PictureEditor {
 // memory another one uses too; what is written to it then changes what is read.
 bool SharesPixels(const PictureEditor& first, const PictureEditor& second);
 
+// Whether the rows of an attached picture lie one behind the other, or one before the other, with
+// no bytes in common. A host may repeat rows; what is written to one then changes another.
+bool HasSeparateRows(const PictureEditor& editor);
+
 // The role that reads a source picture.
 class PictureReader : public PictureEditor {
   public:

@@ -1,4 +1,4 @@
-// The search for memory that two pictures share.
+// The search for memory that two pictures share, or rows of one.
 #include <algorithm>
 #include <cstdint>
 
@@ -49,6 +49,18 @@ bool SharesPixels(const PictureEditor& first, const PictureEditor& second) {
         if (row.Meets(firstWhole) && AnyRowMeets(first, row)) return true;
     }
     return false;
+}
+
+bool HasSeparateRows(const PictureEditor& editor) {
+    bool ascends = true;
+    bool descends = true;
+    for (std::int64_t y = 1; y < editor.height; ++y) {
+        const Extent row = RowExtent(editor, y - 1);
+        const Extent next = RowExtent(editor, y);
+        ascends = ascends && row.end <= next.begin;
+        descends = descends && next.end <= row.begin;
+    }
+    return ascends || descends;
 }
 
 }  // namespace zvk

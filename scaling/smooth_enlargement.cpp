@@ -79,7 +79,7 @@ class Enlargement {
         yield.Point();
         // What follows needs no more tables; hosts expect a yield here all the same.
         yield.Point();
-        if (yield.interval == 0 && !SharesPixels(reader_, writer)) {
+        if (yield.interval == 0 && HasSeparateRows(writer) && !SharesPixels(reader_, writer)) {
             // Nobody sees which byte of a pixel is written first.
             for (std::int64_t y = 0; y < height_; ++y)
                 EnlargeRow(writer, y, 0xFFFFFFFF);

@@ -171,6 +171,7 @@ TEST_P(FilterRowKernels, BlurEveryWidthAndManyRadiiAndTouchNothingElse) {
     for (std::int32_t radius = 1; radius <= 128; ++radius) {
         if (Quotient::Exists(2 * radius + 1)) CheckBlur(33, radius, blurRowsAtOnce);
     }
+    EXPECT_TRUE(Quotient::Exists(2 * 128 + 1)) << "the greatest radius";
 }
 
 void FilterRowKernels::CheckDrawing(std::int64_t width, const SampleWeights& weights,

@@ -2,6 +2,7 @@
 // read after it, in the order of the definition, whichever way is faster.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -159,6 +160,23 @@ TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
     EXPECT_FALSE(shares(3 * stride + 40, 5, 9)) << "begins where the last row ends";
     EXPECT_FALSE(shares(40, 20, 4)) << "beside it, row by row";
     EXPECT_FALSE(shares(20 * stride, 10, 4));
+}
+
+TEST_F(SharedMemory, OfRowsIsFoundUnlessTheyFollowEachOther) {
+    memory.resize(memorySize);
+    created.Describe(memory.data(), 10, 4);
+    const auto separate = [] {
+        PictureEditor editor;
+        EXPECT_TRUE(editor.GetPictureEditor(&created, false, false));
+        return HasSeparateRows(editor);
+    };
+    EXPECT_TRUE(separate());
+    std::reverse(created.rows.begin(), created.rows.begin() + 4);
+    EXPECT_TRUE(separate()) << "the last row first";
+    created.rows[1] = created.rows[0];
+    EXPECT_FALSE(separate()) << "a row twice";
+    created.rows[1] = created.rows[2] + 9;
+    EXPECT_FALSE(separate()) << "one pixel in common";
 }
 
 }  // namespace
