@@ -15,15 +15,12 @@ namespace zvk::kernels {
 // truncates to the same byte as v. Where both ends of the interval truncate to one byte it is the
 // byte of v; elsewhere the list in `exact` decides.
 struct BoundedList {
-    const float* weights;  // `count` of them, and zeros up to a multiple of `weightGroup`
+    const float* weights;  // `count` of them
     const ContributionList* exact;
     std::int32_t first;
     std::int32_t count;
     float bias;
     float slack;
 };
-
-// Kernels read weights in groups of at most this many.
-inline constexpr std::int32_t weightGroup = 4;
 
 }  // namespace zvk::kernels

@@ -30,9 +30,6 @@ struct DoublePixelAvx2 {
     DoublePixelAvx2 PlusExact(const DoublePixelAvx2& factor, double weight) const {
         return {_mm256_fmadd_pd(factor.channels, _mm256_set1_pd(weight), channels)};
     }
-    DoublePixelAvx2 Times(double factor) const {
-        return {_mm256_mul_pd(channels, _mm256_set1_pd(factor))};
-    }
     DoublePixelAvx2 Plus(double number) const {
         return {_mm256_add_pd(channels, _mm256_set1_pd(number))};
     }

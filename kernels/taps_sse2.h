@@ -35,10 +35,6 @@ struct DoublePixelSse2 {
         return {_mm_add_pd(low, _mm_mul_pd(channels.low, factor)),
                 _mm_add_pd(high, _mm_mul_pd(channels.high, factor))};
     }
-    DoublePixelSse2 Times(double factor) const {
-        const __m128d both = _mm_set1_pd(factor);
-        return {_mm_mul_pd(low, both), _mm_mul_pd(high, both)};
-    }
     DoublePixelSse2 Plus(double number) const {
         const __m128d both = _mm_set1_pd(number);
         return {_mm_add_pd(low, both), _mm_add_pd(high, both)};

@@ -79,13 +79,17 @@ void LeaveOpen(BoundedList& bounded) {
 constexpr double greatestMagnitude = 64.0;
 constexpr std::int32_t longestBounded = 4096;
 
+// How many source coordinates a list spans.
+std::int32_t SpanOf(const ContributionList& list) {
+    if (list.count == 0) return 0;
+    return list.entries[list.count - 1].pixel - list.entries[0].pixel + 1;
+}
+
 void FillBounded(BoundedList& bounded, const ContributionList& list, float* weights) {
     bounded = {.weights = weights,
                .exact = &list,
                .first = list.count == 0 ? 0 : list.entries[0].pixel,
-               .count = list.count == 0
-                            ? 0
-                            : list.entries[list.count - 1].pixel - list.entries[0].pixel + 1,
+               .count = SpanOf(list),
                .bias = 0.0F,
                .slack = 0.0F};
     if (list.count == 0) return;
@@ -103,20 +107,12 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, float* weig
     }
 }
 
-// The room for a list's weights, whole groups of them.
-std::int64_t PaddedLength(const ContributionList& list) {
-    if (list.count == 0) return 0;
-    const std::int64_t length =
-        std::int64_t{list.entries[list.count - 1].pixel} - list.entries[0].pixel + 1;
-    return (length + kernels::weightGroup - 1) / kernels::weightGroup * kernels::weightGroup;
-}
-
 }  // namespace
 
 bool BoundedTable::Build(std::span<const ContributionList> exact) {
     std::int64_t weightCount = 1;
     for (const ContributionList& list : exact)
-        weightCount += PaddedLength(list);
+        weightCount += SpanOf(list);
     const auto length = static_cast<std::int64_t>(exact.size());
     lists_ = AllocateZeroed<BoundedList>(length);
     firstNeeded_ = AllocateZeroed<std::int32_t>(length);
@@ -128,7 +124,7 @@ bool BoundedTable::Build(std::span<const ContributionList> exact) {
     for (const ContributionList& list : exact) {
         FillBounded(*bounded, list, weights);
         weightCount_ += bounded->count;
-        weights += PaddedLength(list);
+        weights += SpanOf(list);
         ++bounded;
     }
     FindSpans(exact);
