@@ -42,27 +42,119 @@ void SumFirstBoxes(std::int32_t radius, std::int64_t height, AddRow addRow) {
     addRow(height - 1, static_cast<std::int32_t>(radius - inside));
 }
 
-// One blur from a source into a destination of the same size, with its working memory.
-class BoxBlur {
+// Whether the host has handed out a picture as large as was asked for, with memory of its own for
+// each row, so that rows may be read and written in another order.
+bool HasRowsOfItsOwn(const PictureWriter& destination, const PictureReader& source) {
+    return destination.width == source.width && destination.height == source.height &&
+           HasSeparateRows(destination) && !SharesPixels(source, destination);
+}
+
+// What a blur row by row works with: the radius, the sizes and how pixels are laid out. The
+// destination's rows may be shorter than the source's.
+struct BlurPlan {
+    std::int32_t radius;
+    std::int64_t width;
+    std::int64_t writableWidth;
+    ChannelOrder sourceOrder;
+    ChannelOrder order;
+
+    std::int32_t boxLength() const { return 2 * radius + 1; }
+};
+
+// The rows of the blur as they are defined. These serve pictures of any size and rows that share
+// memory.
+class DefinedRows {
   public:
-    BoxBlur(const PictureReader& source, PictureWriter& destination, std::int32_t radius,
-            YieldData& yielding)
+    // False when out of memory.
+    bool Allocate(const BlurPlan& plan) {
+        red_ = AllocateZeroed<std::int32_t>(plan.width);
+        green_ = AllocateZeroed<std::int32_t>(plan.width);
+        blue_ = AllocateZeroed<std::int32_t>(plan.width);
+        return red_ != nullptr && green_ != nullptr && blue_ != nullptr;
+    }
+
+    void Add(const BlurPlan& plan, const std::uint8_t* row, std::int32_t times) {
+        kernels::AddToColumns(row, plan.sourceOrder, times, plan.width, Sums());
+    }
+
+    void BlurColumns(const BlurPlan& plan, const std::uint8_t* leaving,
+                     const std::uint8_t* entering, std::uint8_t* destination) {
+        kernels::WriteColumnMeans(Sums(), plan.boxLength(), plan.order, plan.writableWidth,
+                                  destination);
+        kernels::SlideColumns(leaving, entering, plan.sourceOrder, plan.width, Sums());
+    }
+
+    static void BlurRow(const BlurPlan& plan, const std::uint8_t* row, std::uint8_t* destination) {
+        kernels::BlurRow(row, plan.sourceOrder, plan.width, plan.radius, plan.order,
+                         plan.writableWidth, destination);
+    }
+
+  private:
+    kernels::ColumnSums Sums() { return {red_.get(), green_.get(), blue_.get()}; }
+
+    Buffer<std::int32_t> red_;
+    Buffer<std::int32_t> green_;
+    Buffer<std::int32_t> blue_;
+};
+
+// The same rows by the vector kernels, for destinations with rows of their own.
+class VectorRows {
+  public:
+    bool Allocate(const BlurPlan& plan) {
+        sums_ = AllocateZeroed<std::int32_t>(plan.width * bytesPerPixelWord);
+        return sums_ != nullptr;
+    }
+
+    void Add(const BlurPlan& plan, const std::uint8_t* row, std::int32_t times) {
+        kernels::SelectedKernels().addToLongSums(
+            {.row = row, .times = times, .width = plan.width, .sums = sums_.get()});
+    }
+
+    void BlurColumns(const BlurPlan& plan, const std::uint8_t* leaving,
+                     const std::uint8_t* entering, std::uint8_t* destination) {
+        kernels::SelectedKernels().blurColumnsLong({.leaving = leaving,
+                                                    .entering = entering,
+                                                    .sums = sums_.get(),
+                                                    .width = plan.width,
+                                                    .boxLength = plan.boxLength(),
+                                                    .sourceOrder = plan.sourceOrder,
+                                                    .order = plan.order,
+                                                    .destination = destination});
+    }
+
+    static void BlurRow(const BlurPlan& plan, const std::uint8_t* row, std::uint8_t* destination) {
+        kernels::SelectedKernels().blurRowLong({.source = row,
+                                                .sourceOrder = plan.sourceOrder,
+                                                .width = plan.width,
+                                                .radius = plan.radius,
+                                                .order = plan.order,
+                                                .destination = destination});
+    }
+
+  private:
+    Buffer<std::int32_t> sums_;
+};
+
+// One blur from a source into a destination row by row, where the host may look in between.
+template <typename Rows>
+class RowwiseBlur {
+  public:
+    RowwiseBlur(const PictureReader& source, PictureWriter& destination, std::int32_t radius,
+                YieldData& yielding)
         : source_(source),
           destination_(destination),
-          radius_(radius),
-          width_(source.width),
-          height_(source.height),
-          writableWidth_(destination.WritableWidth(source.width)),
+          plan_{.radius = radius,
+                .width = source.width,
+                .writableWidth = destination.WritableWidth(source.width),
+                .sourceOrder = source.Order(),
+                .order = destination.Order()},
           yielding_(yielding) {}
 
     // False if the radius is not possible or memory is short.
     bool Allocate() {
-        if (!IsPossibleRadius(radius_)) return false;
-        red_ = AllocateZeroed<std::int32_t>(width_);
-        green_ = AllocateZeroed<std::int32_t>(width_);
-        blue_ = AllocateZeroed<std::int32_t>(width_);
-        rowCopy_ = AllocateZeroed<std::uint8_t>(width_ * bytesPerPixelWord);
-        return red_ != nullptr && green_ != nullptr && blue_ != nullptr && rowCopy_ != nullptr;
+        if (!IsPossibleRadius(plan_.radius) || !rows_.Allocate(plan_)) return false;
+        rowCopy_ = AllocateZeroed<std::uint8_t>(plan_.width * bytesPerPixelWord);
+        return rowCopy_ != nullptr;
     }
 
     void Run() {
@@ -72,23 +164,17 @@ class BoxBlur {
     }
 
   private:
-    kernels::ColumnSums Sums() { return {red_.get(), green_.get(), blue_.get()}; }
-
-    void AddRow(std::int64_t y, std::int32_t times) {
-        kernels::AddToColumns(source_.RowAddress(y), source_.Order(), times, width_, Sums());
-    }
-
     void BlurColumns() {
-        const std::int32_t boxLength = 2 * radius_ + 1;
-        SumFirstBoxes(radius_, height_,
-                      [this](std::int64_t y, std::int32_t times) { AddRow(y, times); });
-        for (std::int64_t y = 0; y < height_; ++y) {
-            kernels::WriteColumnMeans(Sums(), boxLength, destination_.Order(), writableWidth_,
-                                      destination_.RowAddress(y));
-            const std::int64_t leaving = std::max<std::int64_t>(y - radius_, 0);
-            const std::int64_t entering = std::min(y + radius_ + 1, height_ - 1);
-            kernels::SlideColumns(source_.RowAddress(leaving), source_.RowAddress(entering),
-                                  source_.Order(), width_, Sums());
+        const std::int64_t height = source_.height;
+        const std::int32_t radius = plan_.radius;
+        SumFirstBoxes(radius, height, [this](std::int64_t y, std::int32_t times) {
+            rows_.Add(plan_, source_.RowAddress(y), times);
+        });
+        for (std::int64_t y = 0; y < height; ++y) {
+            const std::int64_t leaving = std::max<std::int64_t>(y - radius, 0);
+            const std::int64_t entering = std::min(y + radius + 1, height - 1);
+            rows_.BlurColumns(plan_, source_.RowAddress(leaving), source_.RowAddress(entering),
+                              destination_.RowAddress(y));
             yielding_.Point();
         }
     }
@@ -97,32 +183,27 @@ class BoxBlur {
     // destination's was used to write it; the two agree wherever hosts give both pictures one kind
     // of memory.
     void BlurRows() {
-        for (std::int64_t y = 0; y < height_; ++y) {
+        for (std::int64_t y = 0; y < source_.height; ++y) {
             std::uint8_t* row = destination_.RowAddress(y);
             std::memcpy(rowCopy_.get(), row,
-                        static_cast<std::size_t>(writableWidth_ * bytesPerPixelWord));
-            kernels::BlurRow(rowCopy_.get(), source_.Order(), width_, radius_, destination_.Order(),
-                             writableWidth_, row);
+                        static_cast<std::size_t>(plan_.writableWidth * bytesPerPixelWord));
+            rows_.BlurRow(plan_, rowCopy_.get(), row);
             yielding_.Point();
         }
     }
 
     const PictureReader& source_;
     PictureWriter& destination_;
-    std::int32_t radius_;
-    std::int64_t width_;
-    std::int64_t height_;
-    std::int64_t writableWidth_;
+    BlurPlan plan_;
     YieldData& yielding_;
-    Buffer<std::int32_t> red_;
-    Buffer<std::int32_t> green_;
-    Buffer<std::int32_t> blue_;
+    Rows rows_;
     Buffer<std::uint8_t> rowCopy_;
 };
 
 // The same blur four rows at a time, for when nobody looks in between and the sums fit 16 bits.
 class BlockBlur {
   public:
+    // The destination has rows of its own.
     BlockBlur(const PictureReader& source, PictureWriter& destination, std::int32_t radius)
         : source_(source),
           destination_(destination),
@@ -130,14 +211,10 @@ class BlockBlur {
           width_(source.width),
           height_(source.height) {}
 
-    // Whether it gives what the blur row by row gives: the host has to have handed out a picture as
-    // large as was asked for, with memory of its own for each row.
-    static bool Serves(const PictureReader& source, const PictureWriter& destination,
-                       std::int32_t radius) {
+    // Whether sums fit 16 bits.
+    static bool Serves(std::int32_t radius) {
         constexpr std::int32_t greatestRadius = 128;
-        return radius <= greatestRadius && kernels::Quotient::Exists(2 * radius + 1) &&
-               destination.width == source.width && destination.height == source.height &&
-               HasSeparateRows(destination) && !SharesPixels(source, destination);
+        return radius <= greatestRadius && kernels::Quotient::Exists(2 * radius + 1);
     }
 
     // False when out of memory.
@@ -217,12 +294,15 @@ class BlockBlur {
 // radius too great.
 void Blur(const PictureReader& source, PictureWriter& destination, std::int32_t radius,
           YieldData& yielding) {
-    if (yielding.interval == 0 && BlockBlur::Serves(source, destination, radius)) {
-        BlockBlur blur(source, destination, radius);
+    const auto run = [](auto&& blur) {
         if (blur.Allocate()) blur.Run();
+    };
+    if (!HasRowsOfItsOwn(destination, source)) {
+        run(RowwiseBlur<DefinedRows>(source, destination, radius, yielding));
+    } else if (yielding.interval == 0 && BlockBlur::Serves(radius)) {
+        run(BlockBlur(source, destination, radius));
     } else {
-        BoxBlur blur(source, destination, radius, yielding);
-        if (blur.Allocate()) blur.Run();
+        run(RowwiseBlur<VectorRows>(source, destination, radius, yielding));
     }
 }
 

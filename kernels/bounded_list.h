@@ -8,12 +8,23 @@
 
 namespace zvk::kernels {
 
+// How the bytes of a list are decided.
+//
+// In two sums the definition's products, rounded to single precision, add up without rounding: in
+// one sum of multiples of 2^-12 below 2^10, and in one of what is left of each product. It costs
+// about as much as two lists that are settled by their bounds.
+enum class Decision : std::uint8_t {
+    ByBounds,   // what the bounds leave open by the definition
+    ByTwoSums,  // what the bounds leave open in two sums
+    InTwoSums,  // all in two sums, since the bounds would often leave something open
+};
+
 // The weights of one destination coordinate, one per source coordinate from `first` on.
 //
 // Let v be the value that the definition truncates to a byte. For every order of summation in
 // single precision, fused or not, bias + sum(weight * channel) lies in [v', v' + slack], where v'
 // truncates to the same byte as v. Where both ends of the interval truncate to one byte it is the
-// byte of v; elsewhere the list in `exact` decides.
+// byte of v.
 struct BoundedList {
     const float* weights;  // `count` of them
     const ContributionList* exact;
@@ -21,6 +32,7 @@ struct BoundedList {
     std::int32_t count;
     float bias;
     float slack;
+    Decision decision;
 };
 
 }  // namespace zvk::kernels

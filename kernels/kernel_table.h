@@ -13,6 +13,7 @@
 #include "kernels/fixed_list.h"
 #include "kernels/instruction_set.h"
 #include "kernels/interpolation.h"
+#include "kernels/long_blur.h"
 #include "kernels/pixel_rows.h"
 
 namespace zvk::kernels {
@@ -30,18 +31,23 @@ struct RowResampling {
     std::uint8_t* destinations[rowsAtOnce];
 };
 
-// A job of blending the rows that a list names. Rows have `rowPadding` bytes behind them or are at
+// At most this many rows of the result are blended at once.
+inline constexpr int rowsBlended = 2;
+
+// A job of blending the rows that lists name into a row each; lists that are served together begin
+// at one row and have as many weights. Rows have `rowPadding` bytes behind them or are at
 // least that long, and as many numbers.
 struct ColumnBlending {
     PixelRows rows;
     // The bytes of the same rows as numbers, or no places at all.
     NumberRows numbers;
     ChannelOrder rowOrder;
-    const BoundedList* list;
+    const BoundedList* lists;
+    int listCount;  // 1 to `rowsBlended`
     ChannelOrder order;
     std::int64_t width;  // in pixels
-    std::uint8_t* destination;
-    bool streams;  // whether the result is stored past the caches
+    std::uint8_t* destinations[rowsBlended];
+    bool streams;  // whether the results are stored past the caches
 };
 
 // A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
@@ -63,7 +69,7 @@ struct KernelTable {
     // Resamples rows along their length. Reads nothing outside the sources' rows and writes
     // exactly `listCount` pixels to each destination.
     void (*resampleRows)(const RowResampling& job);
-    // Blends rows into one row of opaque pixels.
+    // Blends rows into rows of opaque pixels.
     void (*blendRows)(const ColumnBlending& job);
     // Makes numbers of `count` bytes.
     void (*widenRow)(const std::uint8_t* bytes, std::int64_t count, float* numbers);
@@ -76,6 +82,10 @@ struct KernelTable {
     void (*addToColumnSums)(const ColumnSumming& job);
     void (*blurColumns)(const ColumnBlurring& job);
     void (*blurRows)(const RowBlurring& job);
+    // The steps of the blur row by row.
+    void (*addToLongSums)(const LongSumming& job);
+    void (*blurColumnsLong)(const LongColumnBlurring& job);
+    void (*blurRowLong)(const LongRowBlurring& job);
     // Fractional drawing over columns whose source pixels all lie inside the source and its mask,
     // for rows that share no memory with them. With plain weights both rows of the source are there
     // and nothing is masked.

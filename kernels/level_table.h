@@ -4,12 +4,14 @@
 
 #include "kernels/box_average_body.h"
 #include "kernels/box_blur_body.h"
+#include "kernels/column_blending_body.h"
 #include "kernels/compositing_body.h"
 #include "kernels/copying_body.h"
 #include "kernels/interpolation_body.h"
 #include "kernels/kernel_table.h"
+#include "kernels/long_blur_body.h"
 #include "kernels/planar_interpolation_body.h"
-#include "kernels/resampling_body.h"
+#include "kernels/row_resampling_body.h"
 
 namespace zvk::kernels {
 namespace {
@@ -40,6 +42,9 @@ constexpr KernelTable TableOf(InstructionSet level) {
             .addToColumnSums = AddRowToColumnSums,
             .blurColumns = BlurColumnsInVectors<Words>,
             .blurRows = BlurRowsInVectors<Words>,
+            .addToLongSums = AddToLongSums,
+            .blurColumnsLong = BlurColumnsLong<Narrow, typename Taps::DoublePixel>,
+            .blurRowLong = BlurRowLong<Narrow, typename Taps::DoublePixel>,
             .drawPlainRow = DrawPlainRow<Words>,
             .drawWeightedRow = DrawWeightedRow<Narrow, Doubles>,
             .copyRow = CopyRow<Simd, Narrow>};

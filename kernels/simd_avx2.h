@@ -21,9 +21,15 @@ struct Avx2 {
     static Floats Load(const float* values) { return _mm256_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm256_storeu_ps(values, floats); }
     static Floats Add(Floats left, Floats right) { return _mm256_add_ps(left, right); }
+    static Floats Subtract(Floats left, Floats right) { return _mm256_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm256_mul_ps(left, right); }
     static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
         return _mm256_fmadd_ps(left, right, sum);
+    }
+
+    static Floats WhereNegative(Floats values, float number) {
+        return _mm256_and_ps(_mm256_cmp_ps(values, _mm256_setzero_ps(), _CMP_LT_OQ),
+                             _mm256_set1_ps(number));
     }
 
     static Floats LoadBytes(const std::uint8_t* bytes) {

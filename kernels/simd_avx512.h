@@ -19,9 +19,15 @@ struct Avx512 {
     static Floats Load(const float* values) { return _mm512_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm512_storeu_ps(values, floats); }
     static Floats Add(Floats left, Floats right) { return _mm512_add_ps(left, right); }
+    static Floats Subtract(Floats left, Floats right) { return _mm512_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm512_mul_ps(left, right); }
     static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
         return _mm512_fmadd_ps(left, right, sum);
+    }
+
+    static Floats WhereNegative(Floats values, float number) {
+        return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(values, _mm512_setzero_ps(), _CMP_LT_OQ),
+                                   _mm512_set1_ps(number));
     }
 
     static Floats LoadBytes(const std::uint8_t* bytes) {

@@ -29,18 +29,26 @@ struct Sse2 {
     static Floats Load(const float* values) { return _mm_loadu_ps(values); }
     static void Store(float* values, Floats floats) { _mm_storeu_ps(values, floats); }
     static Floats Add(Floats left, Floats right) { return _mm_add_ps(left, right); }
+    static Floats Subtract(Floats left, Floats right) { return _mm_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm_mul_ps(left, right); }
     static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
         return _mm_add_ps(_mm_mul_ps(left, right), sum);
     }
 
-    // Four bytes as numbers.
-    static Floats LoadBytes(const std::uint8_t* bytes) {
+    // The number where a value is below 0, else 0.
+    static Floats WhereNegative(Floats values, float number) {
+        return _mm_and_ps(_mm_cmplt_ps(values, _mm_setzero_ps()), _mm_set1_ps(number));
+    }
+
+    // Four bytes as integers and as numbers.
+    static __m128i LoadIntegers(const std::uint8_t* bytes) {
         int word = 0;
         __builtin_memcpy(&word, bytes, sizeof word);
         const __m128i zero = _mm_setzero_si128();
-        const __m128i wide = _mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero);
-        return _mm_cvtepi32_ps(_mm_unpacklo_epi16(wide, zero));
+        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero), zero);
+    }
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        return _mm_cvtepi32_ps(LoadIntegers(bytes));
     }
 
     // The weights of as many pixels as a vector holds, four times each.
@@ -99,6 +107,13 @@ struct Sse2 {
     }
     static void StoreAll(std::uint8_t* bytes, Bytes values) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), values);
+    }
+
+    // Clamps the channels of four pixels to bytes.
+    template <typename PixelAt>
+    static __m128i PackPixels(PixelAt pixelAt) {
+        return _mm_packus_epi16(_mm_packs_epi32(pixelAt(0), pixelAt(1)),
+                                _mm_packs_epi32(pixelAt(2), pixelAt(3)));
     }
 
     // From four pixels of each row to one pixel of each row for four columns, or back.

@@ -20,10 +20,13 @@ inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to) 
 }
 
 struct Sse41 : Sse2 {
-    static Floats LoadBytes(const std::uint8_t* bytes) {
+    static __m128i LoadIntegers(const std::uint8_t* bytes) {
         int word = 0;
         __builtin_memcpy(&word, bytes, sizeof word);
-        return _mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)));
+        return _mm_cvtepu8_epi32(_mm_cvtsi32_si128(word));
+    }
+    static Floats LoadBytes(const std::uint8_t* bytes) {
+        return _mm_cvtepi32_ps(LoadIntegers(bytes));
     }
 
     static __m128i SumTwoBoxes(__m128i first, __m128i second) {

@@ -18,9 +18,7 @@ struct DoublePixelAvx2 {
     static DoublePixelAvx2 FromIntegers(__m128i integers) { return {_mm256_cvtepi32_pd(integers)}; }
     static DoublePixelAvx2 FromFloats(__m128 floats) { return {_mm256_cvtps_pd(floats)}; }
     static DoublePixelAvx2 FromBytes(const std::uint8_t* pixel) {
-        int word = 0;
-        __builtin_memcpy(&word, pixel, sizeof word);
-        return FromIntegers(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(word)));
+        return FromIntegers(Sse41::LoadIntegers(pixel));
     }
 
     DoublePixelAvx2 operator+(const DoublePixelAvx2& other) const {
@@ -32,6 +30,9 @@ struct DoublePixelAvx2 {
     }
     DoublePixelAvx2 Plus(double number) const {
         return {_mm256_add_pd(channels, _mm256_set1_pd(number))};
+    }
+    DoublePixelAvx2 Times(double number) const {
+        return {_mm256_mul_pd(channels, _mm256_set1_pd(number))};
     }
     // The most negative integer for what is out of range or not a number.
     __m128i Truncated() const { return _mm256_cvttpd_epi32(channels); }
@@ -61,7 +62,6 @@ inline __m256i LoadTapWeights(const std::int16_t* weights) {
 struct Avx2Taps {
     using DoublePixel = DoublePixelAvx2;
     static constexpr int rowCount = 4;
-    static constexpr std::int32_t tapsAtOnce = 4;
 
     // The four channels of one pixel in each of four rows: rows 0 and 1, rows 2 and 3.
     struct Totals {
@@ -97,29 +97,32 @@ struct Avx2Taps {
         }
     };
 
-    // A running sum over taps, each row's in two halves.
-    struct Sums {
+    // The sums over a list's taps, a multiple of four.
+    static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                              const std::int16_t* weights, std::int32_t count) {
+        // Each row's sums in two halves.
         __m256i rows[rowCount] = {_mm256_setzero_si256(), _mm256_setzero_si256(),
                                   _mm256_setzero_si256(), _mm256_setzero_si256()};
-
-        void Add(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
-                 const std::int16_t* weights) {
-            const __m256i factors = LoadTapWeights(weights);
+        for (std::int32_t tap = 0; tap < count; tap += tapsAtOnce) {
+            const __m256i factors = LoadTapWeights(weights + tap);
             for (int row = 0; row < rowCount; ++row) {
                 const __m256i taps = _mm256_shuffle_epi8(
                     _mm256_broadcastsi128_si256(Sse2::LoadAll(sources[row] + offset)),
                     TapPattern());
                 rows[row] = _mm256_add_epi32(rows[row], _mm256_madd_epi16(taps, factors));
             }
+            offset += tapsAtOnce * bytesPerPixelWord;
         }
+        return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])};
+    }
 
-        Totals Reduce() const { return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])}; }
+    static __m256i SumHalves(__m256i first, __m256i second) {
+        return _mm256_add_epi32(_mm256_permute2x128_si256(first, second, 0x20),
+                                _mm256_permute2x128_si256(first, second, 0x31));
+    }
 
-        static __m256i SumHalves(__m256i first, __m256i second) {
-            return _mm256_add_epi32(_mm256_permute2x128_si256(first, second, 0x20),
-                                    _mm256_permute2x128_si256(first, second, 0x31));
-        }
-    };
+  private:
+    static constexpr std::int32_t tapsAtOnce = 4;
 };
 
 }  // namespace

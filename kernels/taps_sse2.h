@@ -23,7 +23,7 @@ struct DoublePixelSse2 {
         return {_mm_cvtps_pd(channels), _mm_cvtps_pd(_mm_movehl_ps(channels, channels))};
     }
     static DoublePixelSse2 FromBytes(const std::uint8_t* pixel) {
-        return FromIntegers(_mm_cvttps_epi32(Sse2::LoadBytes(pixel)));
+        return FromIntegers(Sse2::LoadIntegers(pixel));
     }
 
     DoublePixelSse2 operator+(const DoublePixelSse2& other) const {
@@ -38,6 +38,10 @@ struct DoublePixelSse2 {
     DoublePixelSse2 Plus(double number) const {
         const __m128d both = _mm_set1_pd(number);
         return {_mm_add_pd(low, both), _mm_add_pd(high, both)};
+    }
+    DoublePixelSse2 Times(double number) const {
+        const __m128d both = _mm_set1_pd(number);
+        return {_mm_mul_pd(low, both), _mm_mul_pd(high, both)};
     }
     // The most negative integer for what is out of range or not a number.
     __m128i Truncated() const {
@@ -54,7 +58,6 @@ struct DoublePixelSse2 {
 struct Sse2Taps {
     using DoublePixel = DoublePixelSse2;
     static constexpr int rowCount = 4;
-    static constexpr std::int32_t tapsAtOnce = 2;
 
     // The four channels of one pixel in each of four rows.
     struct Totals {
@@ -100,34 +103,41 @@ struct Sse2Taps {
         }
     };
 
-    // A running sum over taps.
-    struct Sums {
-        __m128i rows[rowCount] = {_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128(),
-                                  _mm_setzero_si128()};
-
-        void Add(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
-                 const std::int16_t* weights) {
-            const __m128i pair = LoadPair(weights);
-            for (int row = 0; row < rowCount; ++row) {
-                rows[row] =
-                    _mm_add_epi32(rows[row], _mm_madd_epi16(LoadTaps(sources[row] + offset), pair));
-            }
-        }
-        Totals Reduce() const { return {{rows[0], rows[1], rows[2], rows[3]}}; }
-
-        // Two pixels as words, channel beside channel.
-        static __m128i LoadTaps(const std::uint8_t* pixels) {
-            const __m128i both = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
+    // The sums over a list's taps, a multiple of two.
+    static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                              const std::int16_t* weights, std::int32_t count) {
+        return SumPairs(sources, offset, weights, count, [](__m128i both) {
             const __m128i words = _mm_unpacklo_epi8(both, _mm_setzero_si128());
             return _mm_unpacklo_epi16(words, _mm_srli_si128(words, 8));
+        });
+    }
+
+    // The same, where `widen` makes words of two pixels, channel beside channel.
+    template <typename Widen>
+    static Totals SumPairs(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                           const std::int16_t* weights, std::int32_t count, Widen widen) {
+        Totals sums = {
+            {_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128()}};
+        for (std::int32_t tap = 0; tap < count; tap += tapsAtOnce) {
+            const __m128i pair = LoadPair(weights + tap);
+            for (int row = 0; row < rowCount; ++row) {
+                const __m128i both =
+                    _mm_loadl_epi64(reinterpret_cast<const __m128i*>(sources[row] + offset));
+                sums.rows[row] = _mm_add_epi32(sums.rows[row], _mm_madd_epi16(widen(both), pair));
+            }
+            offset += tapsAtOnce * bytesPerPixelWord;
         }
-    };
+        return sums;
+    }
 
     static __m128i LoadPair(const std::int16_t* weights) {
         int pair = 0;
         __builtin_memcpy(&pair, weights, sizeof pair);
         return _mm_set1_epi32(pair);
     }
+
+  private:
+    static constexpr std::int32_t tapsAtOnce = 2;
 };
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "scaling/contributions.h"
 
@@ -24,6 +25,7 @@ namespace zvk {
 namespace {
 
 using kernels::BoundedList;
+using kernels::Decision;
 
 constexpr double unitRoundoff = 0x1p-24;
 
@@ -79,19 +81,83 @@ void LeaveOpen(BoundedList& bounded) {
 constexpr double greatestMagnitude = 64.0;
 constexpr std::int32_t longestBounded = 4096;
 
-// How many source coordinates a list spans.
-std::int32_t SpanOf(const ContributionList& list) {
-    if (list.count == 0) return 0;
-    return list.entries[list.count - 1].pixel - list.entries[0].pixel + 1;
+// Whether the definition's products add up without rounding in two sums. The first stays below 2^10
+// and has units of 2^-12; of each product, 2^-13 at most is left, and that is a multiple of the
+// last place of its weight: up to 8 of these fit a number of 24 bits if that place is 2^-34 or
+// more. Normalising by a power of two rounds nothing.
+bool FitsTwoSums(const ContributionList& list, double magnitude) {
+    constexpr std::int32_t most = 8;
+    constexpr float least = 0x1p-11F;
+    constexpr double greatest = 3.9;
+    if (!IsPowerOfTwo(list.weightSum) || list.count > most || magnitude > greatest) return false;
+    return std::all_of(list.entries, list.entries + list.count, [&](const Contribution& entry) {
+        return std::fabs(entry.weight / list.weightSum) >= least;
+    });
 }
 
-void FillBounded(BoundedList& bounded, const ContributionList& list, float* weights) {
+// Whether all normalised weights are multiples of one fraction so large that sums are exact halves
+// again and again, as those of the cubics are where a picture is enlarged three times.
+bool MakesManyHalves(const ContributionList& list) {
+    constexpr double denominator = 324.0;
+    return std::all_of(list.entries, list.entries + list.count, [&](const Contribution& entry) {
+        const double scaled = double{entry.weight} / list.weightSum * denominator;
+        return std::fabs(scaled - std::nearbyint(scaled)) < 1e-3;
+    });
+}
+
+Decision DecisionFor(const ContributionList& list, double magnitude) {
+    if (!FitsTwoSums(list, magnitude)) return Decision::ByBounds;
+    return MakesManyHalves(list) ? Decision::InTwoSums : Decision::ByTwoSums;
+}
+
+// Source coordinates from `first` to before `end`.
+struct Span {
+    std::int32_t first = 0;
+    std::int32_t end = 0;
+
+    std::int32_t count() const { return end - first; }
+};
+
+Span SpanOf(const ContributionList& list) {
+    if (list.count == 0) return {};
+    return {.first = list.entries[0].pixel, .end = list.entries[list.count - 1].pixel + 1};
+}
+
+// The rows of two neighbouring lists where serving both together pays: those that only one of them
+// names are few.
+std::optional<Span> CommonSpan(const ContributionList& list, const ContributionList& next) {
+    if (list.count == 0 || next.count == 0) return {};
+    const Span own = SpanOf(list);
+    const Span others = SpanOf(next);
+    const Span both{.first = std::min(own.first, others.first),
+                    .end = std::max(own.end, others.end)};
+    const std::int32_t longest = std::max(own.count(), others.count());
+    if (both.count() > longest + std::max(longest / 4, 1)) return {};
+    if (CopiedPixel(list) || CopiedPixel(next)) return {};
+    return both;
+}
+
+// Calls `fill` with the index of every list and the rows that it is to name.
+template <typename Fill>
+void ForEachSpan(std::span<const ContributionList> exact, Fill fill) {
+    for (std::size_t index = 0; index < exact.size();) {
+        const auto both =
+            index + 1 < exact.size() ? CommonSpan(exact[index], exact[index + 1]) : std::nullopt;
+        fill(index, both.value_or(SpanOf(exact[index])));
+        if (both) fill(index + 1, *both);
+        index += both ? 2 : 1;
+    }
+}
+
+void FillBounded(BoundedList& bounded, const ContributionList& list, const Span& span,
+                 float* weights) {
     bounded = {.weights = weights,
                .exact = &list,
-               .first = list.count == 0 ? 0 : list.entries[0].pixel,
-               .count = SpanOf(list),
+               .first = span.first,
+               .count = span.count(),
                .bias = 0.0F,
-               .slack = 0.0F};
+               .slack = 0.0F,
+               .decision = Decision::ByBounds};
     if (list.count == 0) return;
     double magnitude = 0.0;
     for (const Contribution& entry :
@@ -102,6 +168,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, float* weig
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
+        if (bounded.slack != 0.0F) bounded.decision = DecisionFor(list, magnitude);
     } else {
         LeaveOpen(bounded);
     }
@@ -110,44 +177,49 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, float* weig
 }  // namespace
 
 bool BoundedTable::Build(std::span<const ContributionList> exact) {
-    std::int64_t weightCount = 1;
-    for (const ContributionList& list : exact)
-        weightCount += SpanOf(list);
-    const auto length = static_cast<std::int64_t>(exact.size());
-    lists_ = AllocateZeroed<BoundedList>(length);
-    firstNeeded_ = AllocateZeroed<std::int32_t>(length);
-    weights_ = AllocateZeroed<float>(weightCount);
-    if (lists_ == nullptr || firstNeeded_ == nullptr || weights_ == nullptr) return false;
+    std::int64_t length = 1;
+    ForEachSpan(exact, [&](std::size_t, const Span& span) { length += span.count(); });
+    listCount_ = std::ssize(exact);
+    lists_ = AllocateZeroed<BoundedList>(listCount_);
+    needed_ = AllocateZeroed<NeededRows>(listCount_);
+    weights_ = AllocateZeroed<float>(length);
+    if (lists_ == nullptr || needed_ == nullptr || weights_ == nullptr) return false;
 
     float* weights = weights_.get();
-    BoundedList* bounded = lists_.get();
-    for (const ContributionList& list : exact) {
-        FillBounded(*bounded, list, weights);
-        weightCount_ += bounded->count;
-        weights += SpanOf(list);
-        ++bounded;
-    }
-    FindSpans(exact);
+    ForEachSpan(exact, [&](std::size_t index, const Span& span) {
+        FillBounded(lists_[index], exact[index], span, weights);
+        needed_[static_cast<std::ptrdiff_t>(index)] = {.first = span.first, .end = span.end};
+        weightCount_ += lists_[index].count;
+        weights += span.count();
+    });
+    MeasureSpans();
     return true;
 }
 
-// A list may begin before the one before it, where that one's outer weights are exactly 0. Spans
-// follow the exact lists, which the definition reads.
-void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
-    std::int32_t first = std::numeric_limits<std::int32_t>::max();
-    for (std::size_t index = exact.size(); index-- > 0;) {
-        const ContributionList& list = exact[index];
-        if (list.count > 0) first = std::min(first, list.entries[0].pixel);
-        firstNeeded_[index] = first;
+bool BoundedTable::SharesRows(std::int64_t index) const {
+    if (index + 1 >= listCount_) return false;
+    const BoundedList& list = lists_[index];
+    const BoundedList& next = lists_[index + 1];
+    return list.count > 0 && list.first == next.first && list.count == next.count;
+}
+
+// A list may begin before the one before it, where that one's outer weights are exactly 0.
+void BoundedTable::MeasureSpans() {
+    std::int32_t end = 0;
+    for (std::int64_t index = 0; index < listCount_; ++index)
+        end = std::max(end, needed_[index].end);
+    std::int32_t first = end;
+    for (std::int64_t index = listCount_; index-- > 0;) {
+        NeededRows& needed = needed_[index];
+        if (needed.end > 0) first = std::min(first, needed.first);
+        needed.first = first;
     }
-    std::int64_t end = 0;
-    for (std::size_t index = 0; index < exact.size(); ++index) {
-        const ContributionList& list = exact[index];
-        if (list.count == 0) continue;
-        end = std::max<std::int64_t>(end, list.entries[list.count - 1].pixel + 1);
-        longestSpan_ = std::max(longestSpan_, end - firstNeeded_[index]);
+    sourceSpan_ = end - first;
+    end = 0;
+    for (std::int64_t index = 0; index < listCount_; ++index) {
+        end = std::max(end, needed_[index].end);
+        longestSpan_ = std::max<std::int64_t>(longestSpan_, end - needed_[index].first);
     }
-    sourceSpan_ = std::max<std::int64_t>(end - first, 0);
 }
 
 }  // namespace zvk

@@ -12,10 +12,15 @@ namespace zvk {
 // The bounded lists of one axis. It refers to the contribution lists that it was made from.
 class BoundedTable {
   public:
-    // Makes one bounded list per contribution list; false when out of memory.
+    // Makes one bounded list per contribution list; false when out of memory. Neighbouring lists
+    // of much the same rows get the same ones, with weights of 0 where they did not have them, so
+    // that they can be served together.
     bool Build(std::span<const ContributionList> exact);
 
     const kernels::BoundedList* lists() const { return lists_.get(); }
+
+    // Whether a list and the next one name the same rows.
+    bool SharesRows(std::int64_t index) const;
 
     // How many weights all lists have together.
     std::int64_t weightCount() const { return weightCount_; }
@@ -24,16 +29,27 @@ class BoundedTable {
     std::int64_t sourceSpan() const { return sourceSpan_; }
 
     // The least `first` among the lists from index on: what lies before it is not read any more.
-    std::int32_t FirstNeededFrom(std::int64_t index) const { return firstNeeded_[index]; }
+    std::int32_t FirstNeededFrom(std::int64_t index) const { return needed_[index].first; }
+
+    // The end of the rows that a list names, also with a weight of 0.
+    std::int32_t EndOf(std::int64_t index) const { return needed_[index].end; }
 
     // How many source rows must be at hand at once to go through the lists in order.
     std::int64_t longestSpan() const { return longestSpan_; }
 
   private:
-    void FindSpans(std::span<const ContributionList> exact);
+    // Source rows that must be at hand: the first of them for all lists from one on, the end for
+    // that list.
+    struct NeededRows {
+        std::int32_t first;
+        std::int32_t end;
+    };
+
+    void MeasureSpans();
 
     Buffer<kernels::BoundedList> lists_;
-    Buffer<std::int32_t> firstNeeded_;
+    std::int64_t listCount_ = 0;
+    Buffer<NeededRows> needed_;
     Buffer<float> weights_;
     std::int64_t weightCount_ = 0;
     std::int64_t sourceSpan_ = 0;

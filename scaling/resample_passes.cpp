@@ -169,28 +169,40 @@ std::int64_t ColumnPass::RowsAtHand(std::int64_t rowCount) const {
 }
 
 RowRange ColumnPass::RowsFor(std::int64_t y) const {
+    if (useKernels_) return {.first = bounded_.FirstNeededFrom(y), .last = bounded_.EndOf(y)};
     const ContributionList& list = lists_[static_cast<std::size_t>(y)];
-    const std::int64_t last =
-        list.count == 0 ? 0 : std::int64_t{list.entries[list.count - 1].pixel} + 1;
-    return {.first = useKernels_ ? bounded_.FirstNeededFrom(y) : 0, .last = last};
+    return {.first = 0,
+            .last = list.count == 0 ? 0 : std::int64_t{list.entries[list.count - 1].pixel} + 1};
 }
 
-void ColumnPass::WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
+int ColumnPass::WriteRows(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
                           const PictureWriter& writer) {
+    const bool areTwo = useKernels_ && bounded_.SharesRows(y) && !CopiedRow(y) && !CopiedRow(y + 1);
+    const int count = areTwo ? kernels::rowsBlended : 1;
+    Write(y, count, rows, width, writer);
+    return count;
+}
+
+void ColumnPass::Write(std::int64_t y, int count, const kernels::PixelRows& rows,
+                       std::int64_t width, const PictureWriter& writer) {
     if (const auto row = CopiedRow(y)) return CopyRow(y, rows.Row(*row), rowOrder_, width, writer);
     const auto order = ChannelOrderOf(writer.pixelFormat);
     const std::int64_t writableWidth = writer.WritableWidth(width);
     if (!order || writableWidth < 1) return;
     if (useKernels_) {
         WidenRows(y, rows, width);
-        kernels::SelectedKernels().blendRows({.rows = rows,
-                                              .numbers = numberRows_,
-                                              .rowOrder = rowOrder_,
-                                              .list = bounded_.lists() + y,
-                                              .order = *order,
-                                              .width = writableWidth,
-                                              .destination = writer.RowAddress(y),
-                                              .streams = writer.IsBeyondCaches()});
+        kernels::ColumnBlending job{.rows = rows,
+                                    .numbers = numberRows_,
+                                    .rowOrder = rowOrder_,
+                                    .lists = bounded_.lists() + y,
+                                    .listCount = count,
+                                    .order = *order,
+                                    .width = writableWidth,
+                                    .destinations = {},
+                                    .streams = writer.IsBeyondCaches()};
+        for (int row = 0; row < count; ++row)
+            job.destinations[row] = writer.RowAddress(y + row);
+        kernels::SelectedKernels().blendRows(job);
     } else {
         kernels::ResampleColumns(rows, rowOrder_, lists_[static_cast<std::size_t>(y)], *order,
                                  writableWidth, writer.RowAddress(y));

@@ -73,13 +73,21 @@ class ColumnPass {
     // made in blocks.
     std::int64_t RowsAtHand(std::int64_t rowCount) const;
 
-    // The rows that are needed to write row `y` and those after it, as far as row `y` itself goes.
+    // The rows that are needed to write the row or rows from `y` on that are best written together,
+    // and those after them.
     RowRange RowsFor(std::int64_t y) const;
 
     // Blends the rows that list `y` names into row `y` of the writer's picture, at most `width`
     // pixels. A picture in no known format receives no pixels. Rows are written in order, and each
     // of `rows` stays as it is while it is needed.
     void WriteRow(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
+                  const PictureWriter& writer) {
+        Write(y, 1, rows, width, writer);
+    }
+
+    // Does the same for the row or rows from `y` on that are best written together, and returns how
+    // many they were.
+    int WriteRows(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width,
                   const PictureWriter& writer);
 
     // The one row whose bytes row `y` of the picture has, if there is one.
@@ -90,6 +98,8 @@ class ColumnPass {
     const ChannelOrder& rowOrder() const { return rowOrder_; }
 
   private:
+    void Write(std::int64_t y, int count, const kernels::PixelRows& rows, std::int64_t width,
+               const PictureWriter& writer);
     void PrepareNumbers(std::int64_t width);
     void WidenRows(std::int64_t y, const kernels::PixelRows& rows, std::int64_t width);
 

@@ -110,8 +110,8 @@ class ResampleEngine {
     }
 
     // Nobody looks: rows are resampled just before they are blended, so that few are kept and stay
-    // in the cache. It needs memory of its own and a picture that is not the source's; without
-    // them the other way serves, which must not fail for it.
+    // in the cache. It needs memory of its own, and a picture whose rows share none with each
+    // other or with the source; without them the other way serves, which must not fail for it.
     Outcome RunAtOnce(PictureWriter& writer) {
         if (Filter::keepsPixels && width_ == reader_.width && height_ == reader_.height) {
             return RunCopy(writer);
@@ -121,7 +121,7 @@ class ResampleEngine {
             return height_ > width_ ? Outcome::OutOfMemory : Outcome::NotServed;
         }
         if (!writer.NewPictureWriter(reader_, width_, height_)) return Outcome::Done;
-        if (SharesPixels(reader_, writer)) return Outcome::NotServed;
+        if (SharesPixels(reader_, writer) || !HasSeparateRows(writer)) return Outcome::NotServed;
         ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_.Lists(width_));
         ComputeContributions<Filter, Axis::Vertical>(reader_.height, columnTable_.Lists(height_));
         RowPass rowPass(reader_, rowTable_.Lists(width_));
@@ -130,10 +130,10 @@ class ResampleEngine {
             return Outcome::NotServed;
         }
         std::int64_t done = 0;
-        for (std::int64_t y = 0; y < height_; ++y) {
+        for (std::int64_t y = 0; y < height_;) {
             const auto copied = columnPass.CopiedRow(y);
             if (copied && rowPass.CopiesRows()) {
-                CopyRow(y, reader_.RowAddress(*copied), columnPass.rowOrder(), width_, writer);
+                CopyRow(y++, reader_.RowAddress(*copied), columnPass.rowOrder(), width_, writer);
                 continue;
             }
             const RowRange needed = columnPass.RowsFor(y);
@@ -142,7 +142,7 @@ class ResampleEngine {
                 done = std::min(RoundUp(needed.last - first) + first, reader_.height);
                 rowPass.Run(first, done, intermediate_.rows());
             }
-            columnPass.WriteRow(y, intermediate_.rows(), width_, writer);
+            y += columnPass.WriteRows(y, intermediate_.rows(), width_, writer);
         }
         return Outcome::Done;
     }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <random>
@@ -83,6 +84,7 @@ TEST(ScaledWeights, DoNotExistOutsideZeroToOne) {
 class FilterRowKernels : public EveryLevel {
   protected:
     void CheckBlur(std::int64_t width, std::int32_t radius, std::int32_t rowCount);
+    void CheckLongBlur(std::int64_t width, std::int32_t radius);
     void CheckDrawing(std::int64_t width, const SampleWeights& weights, bool isMasked);
 
     std::mt19937 random{17};
@@ -172,6 +174,80 @@ TEST_P(FilterRowKernels, BlurEveryWidthAndManyRadiiAndTouchNothingElse) {
         if (Quotient::Exists(2 * radius + 1)) CheckBlur(33, radius, blurRowsAtOnce);
     }
     EXPECT_TRUE(Quotient::Exists(2 * 128 + 1)) << "the greatest radius";
+}
+
+// Two rows, so that the boxes have moved on.
+void FilterRowKernels::CheckLongBlur(std::int64_t width, std::int32_t radius) {
+    const std::int32_t boxLength = 2 * radius + 1;
+    const ChannelOrder from = testing::orders[random() % 3];
+    const ChannelOrder to = testing::orders[random() % 3];
+    GuardedBytes start(4 * width);
+    GuardedBytes entering(4 * width, Guard::Before);
+    start.FillWithExtremes(random);
+    entering.FillRandomly(random);
+    Sums sums(width);
+    std::vector<std::int32_t> found(static_cast<std::size_t>(4 * width));
+    kernels().addToLongSums(
+        {.row = start.data(), .times = boxLength, .width = width, .sums = found.data()});
+    AddToColumns(start.data(), from, boxLength, width, sums.planes());
+    const auto size = static_cast<std::size_t>(4 * width);
+    for (int row = 0; row < 2; ++row) {
+        GuardedBytes means(4 * width);
+        kernels().blurColumnsLong({.leaving = start.data(),
+                                   .entering = entering.data(),
+                                   .sums = found.data(),
+                                   .width = width,
+                                   .boxLength = boxLength,
+                                   .sourceOrder = from,
+                                   .order = to,
+                                   .destination = means.data()});
+        std::vector<std::uint8_t> expected(size);
+        WriteColumnMeans(sums.planes(), boxLength, to, width, expected.data());
+        SlideColumns(start.data(), entering.data(), from, width, sums.planes());
+        ASSERT_EQ(std::vector<std::uint8_t>(means.data(), means.data() + size), expected)
+            << "columns of width " << width << " radius " << radius << " row " << row;
+
+        GuardedBytes blurred(4 * width);
+        kernels().blurRowLong({.source = means.data(),
+                               .sourceOrder = from,
+                               .width = width,
+                               .radius = radius,
+                               .order = to,
+                               .destination = blurred.data()});
+        BlurRow(means.data(), from, width, radius, to, width, expected.data());
+        ASSERT_EQ(std::vector<std::uint8_t>(blurred.data(), blurred.data() + size), expected)
+            << "row of width " << width << " radius " << radius << " row " << row;
+    }
+}
+
+TEST_P(FilterRowKernels, BlurBoxesOfAnyLengthRowByRowAndTouchNothingElse) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const std::int32_t radius : {1, 2, 35, 128, 129, 1000, 4194302})
+            CheckLongBlur(width, radius);
+    }
+    for (std::int32_t radius = 1; radius <= 600; ++radius)
+        CheckLongBlur(19, radius);
+}
+
+// A host may change a picture between two rows, and then sums hold what no picture has.
+TEST_P(FilterRowKernels, ClampSumsThatNoPictureHas) {
+    const std::uint8_t row[4] = {};
+    for (const std::int32_t sum : {-1, -1000, 765, 766, 100000, 2147483647, -2147483647 - 1}) {
+        std::int32_t sums[4] = {sum, sum, sum, sum};
+        std::uint8_t found[4] = {};
+        kernels().blurColumnsLong({.leaving = row,
+                                   .entering = row,
+                                   .sums = sums,
+                                   .width = 1,
+                                   .boxLength = 3,
+                                   .sourceOrder = layouts::console,
+                                   .order = layouts::console,
+                                   .destination = found});
+        std::uint8_t expected[4] = {};
+        std::int32_t planes[3] = {sum, sum, sum};
+        WriteColumnMeans({planes, planes + 1, planes + 2}, 3, layouts::console, 1, expected);
+        EXPECT_EQ(std::to_array(found), std::to_array(expected)) << sum;
+    }
 }
 
 void FilterRowKernels::CheckDrawing(std::int64_t width, const SampleWeights& weights,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <random>
 
@@ -137,21 +138,33 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
         for (const ChannelOrder& from : testing::orders) {
             const ChannelOrder& to = testing::orders[random() % testing::orders.size()];
             const std::size_t y = random() % lists.size();
-            GuardedBytes found(stride, random() % 2 ? Guard::Before : Guard::Behind);
-            std::vector<std::uint8_t> expected(static_cast<std::size_t>(stride));
-            kernels().blendRows({.rows = places,
-                                 .numbers = random() % 2 ? numbers : NumberRows{},
-                                 .rowOrder = from,
-                                 .list = bounded.lists() + y,
-                                 .order = to,
-                                 .width = width,
-                                 .destination = found.data(),
-                                 .streams = random() % 2 == 0});
-            ResampleColumns(places, from, lists[y], to, width, expected.data());
-            for (std::size_t byte = 0; byte < expected.size(); ++byte) {
-                ASSERT_EQ(found.data()[byte], expected[byte])
-                    << lengths.source << " to " << lengths.destination << " width " << width
-                    << " row " << y << " byte " << byte;
+            const int rowCount = bounded.SharesRows(static_cast<std::int64_t>(y)) ? rowsBlended : 1;
+            ColumnBlending job{.rows = places,
+                               .numbers = random() % 2 ? numbers : NumberRows{},
+                               .rowOrder = from,
+                               .lists = bounded.lists() + y,
+                               .listCount = rowCount,
+                               .order = to,
+                               .width = width,
+                               .destinations = {},
+                               .streams = random() % 2 == 0};
+            std::array<std::unique_ptr<GuardedBytes>, rowsBlended> found;
+            for (std::size_t row = 0; row < found.size(); ++row) {
+                found[row] = std::make_unique<GuardedBytes>(
+                    stride, random() % 2 ? Guard::Before : Guard::Behind);
+                job.destinations[row] = found[row]->data();
+            }
+            kernels().blendRows(job);
+            for (int row = 0; row < rowCount; ++row) {
+                const std::size_t index = y + static_cast<std::size_t>(row);
+                GuardedBytes& bytes = *found[static_cast<std::size_t>(row)];
+                std::vector<std::uint8_t> expected(static_cast<std::size_t>(stride));
+                ResampleColumns(places, from, lists[index], to, width, expected.data());
+                for (std::size_t byte = 0; byte < expected.size(); ++byte) {
+                    ASSERT_EQ(bytes.data()[byte], expected[byte])
+                        << lengths.source << " to " << lengths.destination << " width " << width
+                        << " row " << index << " byte " << byte;
+                }
             }
         }
     });
@@ -203,10 +216,11 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
             kernels().blendRows({.rows = places,
                                  .numbers = {},
                                  .rowOrder = layouts::console,
-                                 .list = bounded.lists() + y,
+                                 .lists = bounded.lists() + y,
+                                 .listCount = 1,
                                  .order = layouts::colourFirst,
                                  .width = 20,
-                                 .destination = found.data(),
+                                 .destinations = {found.data()},
                                  .streams = false});
             ResampleColumns(places, layouts::console, lists[y], layouts::colourFirst, 20,
                             expected.data());
@@ -215,15 +229,53 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
-                         testing::LevelName);
-
 // Lists of one's own making, to see which bounds they get.
 ContributionList ListOf(std::vector<Contribution>& entries, float weightSum) {
     return {.entries = entries.data(),
             .count = static_cast<std::int32_t>(entries.size()),
             .weightSum = weightSum};
 }
+
+// All weights that a list may have, of which products lie next to halves in every way.
+TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
+    constexpr std::int64_t width = 64;
+    GuardedBytes rows(4 * width * 8 + rowPadding);
+    const PixelRows places{.places = rows.data(), .stride = 4 * width, .capacity = 8};
+    for (int round = 0; round < 400; ++round) {
+        const auto count = static_cast<std::int32_t>(2 + random() % 7);
+        const double denominator = 2.0 * static_cast<double>(1 + random() % 250);
+        std::vector<Contribution> entries;
+        double sum = 0.0;
+        for (std::int32_t pixel = 0; pixel < count; ++pixel) {
+            const double numerator = 1.0 + static_cast<double>(random() % 60);
+            const double sign = random() % 4 == 0 ? -1.0 : 1.0;
+            const double weight = pixel + 1 < count ? sign * numerator / denominator : 1.0 - sum;
+            sum += weight;
+            entries.push_back({static_cast<float>(weight), pixel});
+        }
+        const std::array lists = {ListOf(entries, static_cast<float>(sum))};
+        BoundedTable bounded;
+        ASSERT_TRUE(bounded.Build(lists));
+        Fill(rows, pictures[static_cast<std::size_t>(round) % pictures.size()], random);
+        std::vector<std::uint8_t> found(4 * width);
+        std::vector<std::uint8_t> expected(4 * width);
+        kernels().blendRows({.rows = places,
+                             .numbers = {},
+                             .rowOrder = layouts::console,
+                             .lists = bounded.lists(),
+                             .listCount = 1,
+                             .order = layouts::console,
+                             .width = width,
+                             .destinations = {found.data()},
+                             .streams = false});
+        ResampleColumns(places, layouts::console, lists[0], layouts::console, width,
+                        expected.data());
+        ASSERT_EQ(found, expected) << "round " << round;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
+                         testing::LevelName);
 
 BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
     const std::array lists = {ListOf(entries, weightSum)};
@@ -308,6 +360,46 @@ TEST(BoundedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
         EXPECT_LT(list.bias, 0.0F);
         EXPECT_GE(list.bias + list.slack, 256.0F);
     }
+}
+
+TEST(BoundedLists, FitTwoSumsWhereAPowerOfTwoNormalisesAFewWeightsOfLikeSize) {
+    const auto decisionOf = [](std::vector<Contribution> entries, float weightSum) {
+        return BoundsOf(std::move(entries), weightSum).decision;
+    };
+    EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 1.0F), Decision::ByTwoSums);
+    EXPECT_EQ(decisionOf({{0.6F, 0}, {1.4F, 1}}, 2.0F), Decision::ByTwoSums);
+    EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F), Decision::ByBounds);
+    EXPECT_EQ(decisionOf({{0.0001F, 0}, {0.9999F, 1}}, 1.0F), Decision::ByBounds);
+    EXPECT_EQ(decisionOf({{2.5F, 0}, {-1.5F, 1}}, 1.0F), Decision::ByBounds);
+    std::vector<Contribution> many;
+    for (std::int32_t pixel = 0; pixel < 9; ++pixel)
+        many.push_back({1.0F / 9.0F, pixel});
+    EXPECT_EQ(decisionOf(many, 1.0F), Decision::ByBounds);
+}
+
+TEST(BoundedLists, AreAllInTwoSumsWhereHalvesAreFrequent) {
+    const auto decision =
+        BoundsOf({{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}}, 1.0F).decision;
+    EXPECT_EQ(decision, Decision::InTwoSums);
+}
+
+TEST(BoundedLists, NameTheSameRowsAsTheirNeighboursWhereThatCostsLittle) {
+    std::vector<Contribution> first = {{0.3F, 4}, {0.7F, 5}};
+    std::vector<Contribution> second = {{0.4F, 5}, {0.6F, 6}};
+    std::vector<Contribution> third = {{0.4F, 8}, {0.6F, 9}};
+    const std::array lists = {ListOf(first, 1.0F), ListOf(second, 1.0F), ListOf(third, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    EXPECT_TRUE(bounded.SharesRows(0));
+    EXPECT_EQ(bounded.lists()[0].first, 4);
+    EXPECT_EQ(bounded.lists()[1].first, 4);
+    EXPECT_EQ(bounded.lists()[1].count, 3);
+    EXPECT_EQ(bounded.lists()[1].weights[0], 0.0F);
+    EXPECT_FALSE(bounded.SharesRows(1));
+    EXPECT_FALSE(bounded.SharesRows(2));
+    EXPECT_EQ(bounded.FirstNeededFrom(1), 4);
+    EXPECT_EQ(bounded.EndOf(0), 7);
+    EXPECT_EQ(bounded.longestSpan(), 3);
 }
 
 TEST(BoundedLists, FillGapsWithZeros) {

@@ -20,6 +20,9 @@ std::vector<const void*> SlotsOf(const KernelTable& table) {
             reinterpret_cast<const void*>(table.addToColumnSums),
             reinterpret_cast<const void*>(table.blurColumns),
             reinterpret_cast<const void*>(table.blurRows),
+            reinterpret_cast<const void*>(table.addToLongSums),
+            reinterpret_cast<const void*>(table.blurColumnsLong),
+            reinterpret_cast<const void*>(table.blurRowLong),
             reinterpret_cast<const void*>(table.drawPlainRow),
             reinterpret_cast<const void*>(table.drawWeightedRow),
             reinterpret_cast<const void*>(table.copyRow)};
@@ -57,7 +60,7 @@ TEST(InstructionSets, AreDetectedAsTheCompilerDetectsThem) {
     const bool avx2 = sse41 && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
     const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") &&
                         __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vl");
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vnni");
     const InstructionSet expected = avx512  ? InstructionSet::Avx512
                                     : avx2  ? InstructionSet::Avx2
                                     : sse41 ? InstructionSet::Sse41

@@ -1,0 +1,287 @@
+// The vector body of the resampler's pass down the columns, compiled once per instruction set.
+// Included by the files that instantiate it and by nothing else; everything here is internal to
+// each of them.
+//
+// Exactness: sums are formed in single precision, in any order, fused or not. A list's bounds say
+// between which two values the definition's sum lies; where both truncate to one byte, that is it.
+// Open bytes are decided without any rounding where a list fits two sums, and by the definition
+// elsewhere, whose products are rounded to single precision.
+#pragma once
+
+#include <algorithm>
+#include <utility>
+
+#include "kernels/kernel_table.h"
+#include "kernels/resampling.h"
+#include "kernels/simd_sse2.h"
+
+namespace zvk::kernels {
+namespace {
+
+// Bits of the colour channels among bytes of pixels, lowest first.
+inline std::uint64_t ColourLanes(const ChannelOrder& order) {
+    const std::uint64_t colours = 0xFU & ~(1U << order.alpha);
+    return colours * 0x1111111111111111U;
+}
+
+// Calls `step` with 0 to `count` - 1 as constants, so that vectors named by them stay in registers.
+template <int count, typename Step>
+void Repeat(Step step) {
+    [&]<int... index>(std::integer_sequence<int, index...>) {
+        (step(std::integral_constant<int, index>()), ...);
+    }
+    (std::make_integer_sequence<int, count>());
+}
+
+// `Rows` are the source's rows as bytes or as numbers.
+template <typename Simd, typename Narrow, typename Taps, typename Rows, int rowCount>
+class ColumnBlender {
+  public:
+    ColumnBlender(const ColumnBlending& job, const Rows& rows)
+        : job_(job),
+          rows_(rows),
+          count_(job.lists->count),
+          beforeEnd_(std::min(count_, rows.capacity - job.lists->first % rows.capacity)),
+          first_(rows.Row(job.lists->first)),
+          isInTwoSums_(std::all_of(
+              job.lists, job.lists + rowCount,
+              [](const BoundedList& list) { return list.decision == Decision::InTwoSums; })),
+          arrange_(job.rowOrder, job.order),
+          colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {
+        places_[job.rowOrder.red] = job.order.red;
+        places_[job.rowOrder.green] = job.order.green;
+        places_[job.rowOrder.blue] = job.order.blue;
+    }
+
+    void Run() const {
+        const std::int64_t size = job_.width * bytesPerPixelWord;
+        if (size < Simd::byteCount) return RunNarrow(static_cast<std::size_t>(size));
+        // The last vector goes back over bytes that have been written; they come out the same.
+        const std::int64_t last = size - Simd::byteCount;
+        for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
+            BlendInto(offset);
+        BlendInto(last);
+        if (job_.streams) EndStream();
+    }
+
+  private:
+    using Floats = typename Simd::Floats;
+    using Bytes = typename Simd::Bytes;
+    using Mask = typename Simd::Mask;
+    using DoublePixel = typename Taps::DoublePixel;
+    static constexpr int partCount = 4;
+
+    // Parts of a vector's bytes as numbers.
+    using Parts = Floats[partCount];
+
+    void RunNarrow(std::size_t size) const {
+        Blend(0, [&](int row, Bytes pixels) {
+            std::uint8_t bytes[Simd::byteCount];
+            Simd::StoreAll(bytes, pixels);
+            __builtin_memcpy(job_.destinations[row], bytes, size);
+        });
+    }
+
+    void BlendInto(std::int64_t offset) const {
+        Blend(offset, [&](int row, Bytes pixels) {
+            if (job_.streams) {
+                Simd::Stream(job_.destinations[row] + offset, pixels);
+            } else {
+                Simd::StoreAll(job_.destinations[row] + offset, pixels);
+            }
+        });
+    }
+
+    // Blends a vector's bytes of each row from `offset` on and has them stored.
+    template <typename StoreRow>
+    [[gnu::always_inline]] void Blend(std::int64_t offset, StoreRow store) const {
+        if (isInTwoSums_) {
+            Repeat<rowCount>([&](auto row) { store(row, SumInTwo(job_.lists[row], offset)); });
+            return;
+        }
+        Parts sums[rowCount];
+        Repeat<rowCount>([&](auto row) {
+            Repeat<partCount>(
+                [&](auto part) { sums[row][part] = Simd::Broadcast(job_.lists[row].bias); });
+        });
+        ForEachTap(offset, [&](std::int32_t tap, const auto* values) {
+            Repeat<partCount>([&](auto part) {
+                Floats numbers = LoadPart(values + part * Simd::floatCount);
+                __asm__("" : "+v"(numbers));
+                Repeat<rowCount>([&](auto row) {
+                    const Floats weight = Simd::Broadcast(job_.lists[row].weights[tap]);
+                    sums[row][part] = Simd::MultiplyAdd(numbers, weight, sums[row][part]);
+                });
+            });
+        });
+        Repeat<rowCount>(
+            [&](auto row) { store(row, Truncate(job_.lists[row], sums[row], offset)); });
+    }
+
+    // Calls `add` for every row of the source that the lists name, in order, with its place in the
+    // lists and where its values lie from `offset` on.
+    template <typename Add>
+    void ForEachTap(std::int64_t offset, Add add) const {
+        const auto* row = first_ + offset;
+        std::int32_t tap = 0;
+        for (; tap < beforeEnd_; ++tap, row += rows_.stride)
+            add(tap, row);
+        row = rows_.places + offset;
+        for (; tap < count_; ++tap, row += rows_.stride)
+            add(tap, row);
+    }
+
+    static Floats LoadPart(const std::uint8_t* bytes) { return Simd::LoadBytes(bytes); }
+    static Floats LoadPart(const float* numbers) { return Simd::Load(numbers); }
+
+    // The bytes of biased sums.
+    Bytes Truncate(const BoundedList& list, const Parts& sums, std::int64_t offset) const {
+        const Bytes low = Simd::ToBytes(sums);
+        if (list.slack == 0.0F) return arrange_(Simd::InOrder(low));
+        const Floats slack = Simd::Broadcast(list.slack);
+        const Bytes high = Simd::ToBytes({Simd::Add(sums[0], slack), Simd::Add(sums[1], slack),
+                                          Simd::Add(sums[2], slack), Simd::Add(sums[3], slack)});
+        if (Simd::Differing(low, high) == 0) return arrange_(Simd::InOrder(low));
+        if (list.decision != Decision::ByBounds) return SumOpenInTwo(list, offset);
+        return Settle(list, Simd::InOrder(low), Simd::InOrder(high), offset);
+    }
+
+    // Adds up the definition's products in two sums, of their whole units and of what is left, both
+    // without rounding: T. J. Dekker, "A Floating-Point Technique for Extending the Available
+    // Precision", 1971. The first stays in a range where one unit is the last place.
+    [[gnu::always_inline]] Bytes SumInTwo(const BoundedList& list, std::int64_t offset) const {
+        constexpr float anchor = 3072.0F;
+        constexpr float unit = 0x1p-12F;
+        Parts heads;
+        Parts rests;
+        Repeat<partCount>([&](auto part) {
+            heads[part] = Simd::Broadcast(anchor + 0.5F);
+            rests[part] = Simd::Broadcast(0.0F);
+        });
+        ForEachTap(offset, [&](std::int32_t tap, const auto* values) {
+            const Floats weight = Simd::Broadcast(list.weights[tap]);
+            Repeat<partCount>([&](auto part) {
+                const Floats numbers = LoadPart(values + part * Simd::floatCount);
+                const Floats product = Simd::Multiply(numbers, weight);
+                rests[part] = Simd::Add(rests[part], MoveUnits(product, heads[part]));
+            });
+        });
+        Repeat<partCount>([&](auto part) {
+            const Floats rest = MoveUnits(rests[part], heads[part]);
+            heads[part] = Simd::Subtract(Simd::Subtract(heads[part], Simd::Broadcast(anchor)),
+                                         Simd::WhereNegative(rest, unit / 2));
+        });
+        return arrange_(Simd::InOrder(Simd::ToBytes(heads)));
+    }
+
+    [[gnu::noinline]] Bytes SumOpenInTwo(const BoundedList& list, std::int64_t offset) const {
+        return SumInTwo(list, offset);
+    }
+
+    // Adds the nearest whole units of a value to `head` and gives what is left.
+    static Floats MoveUnits(Floats value, Floats& head) {
+        const Floats sum = Simd::Add(head, value);
+        const Floats rest = Simd::Subtract(value, Simd::Subtract(sum, head));
+        head = sum;
+        return rest;
+    }
+
+    // Computes by the definition what is open: single bytes, or four pixels at a time where many
+    // are.
+    [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
+                                   std::int64_t offset) const {
+        const Mask open = Simd::Differing(low, high) & colourLanes_;
+        std::uint8_t target[Simd::byteCount];
+        Simd::StoreAll(target, arrange_(low));
+        const std::int64_t size = job_.width * bytesPerPixelWord - offset;
+        for (std::int64_t part = 0; part < Simd::byteCount && part < size; part += partSize) {
+            const auto lanes = static_cast<unsigned>(open >> static_cast<unsigned>(part)) & 0xFFFFU;
+            if (__builtin_popcount(lanes) > fewLanes) {
+                StorePart(BlendExactly(*list.exact, offset + part), target + part);
+            } else {
+                SettleLanes(*list.exact, lanes, offset + part, target + part);
+            }
+        }
+        return Simd::LoadAll(target);
+    }
+
+    void SettleLanes(const ContributionList& list, unsigned lanes, std::int64_t offset,
+                     std::uint8_t* target) const {
+        for (; lanes != 0; lanes &= lanes - 1) {
+            const int lane = __builtin_ctz(lanes);
+            const std::int64_t source = offset + lane;
+            if (source >= job_.width * bytesPerPixelWord) return;
+            target[lane / bytesPerPixelWord * bytesPerPixelWord +
+                   places_[lane % bytesPerPixelWord]] =
+                ResampleColumnChannel(job_.rows, source, list);
+        }
+    }
+
+    // Stores the colours of four pixels in their order.
+    void StorePart(__m128i pixels, std::uint8_t* target) const {
+        const typename Narrow::Arrangement arrange(job_.rowOrder, job_.order);
+        Narrow::StoreAll(target, arrange(pixels));
+    }
+
+    // Four pixels by the definition.
+    [[gnu::noinline]] __m128i BlendExactly(const ContributionList& list,
+                                           std::int64_t offset) const {
+        DoublePixel sums[4];
+        for (std::int32_t index = 0; index < list.count; ++index) {
+            const Contribution& entry = list.entries[index];
+            const std::uint8_t* pixels = job_.rows.Row(entry.pixel) + offset;
+            const __m128 weight = _mm_set1_ps(entry.weight);
+            for (int pixel = 0; pixel < 4; ++pixel) {
+                const __m128 values = Narrow::LoadBytes(pixels + pixel * bytesPerPixelWord);
+                sums[pixel] = sums[pixel] + DoublePixel::FromFloats(_mm_mul_ps(values, weight));
+            }
+        }
+        const double weightSum = list.weightSum;
+        return Sse2::PackPixels([&](int pixel) { return sums[pixel].Mean(weightSum); });
+    }
+
+    static constexpr std::int64_t partSize = 16;
+    static constexpr int fewLanes = 3;
+
+    const ColumnBlending& job_;
+    const Rows& rows_;
+    std::int32_t count_;
+    // How many of the rows come before the end of the places.
+    std::int32_t beforeEnd_;
+    decltype(std::declval<const Rows&>().Row(0)) first_;
+    bool isInTwoSums_;
+    typename Simd::Arrangement arrange_;
+    Mask colourLanes_;
+    // Where the row's channels go.
+    std::uint8_t places_[bytesPerPixelWord] = {};
+};
+
+template <typename Simd, typename Narrow, typename Taps, typename Rows>
+void BlendRowsOf(const ColumnBlending& job, const Rows& rows) {
+    if (job.listCount == 1) {
+        ColumnBlender<Simd, Narrow, Taps, Rows, 1>(job, rows).Run();
+    } else {
+        ColumnBlender<Simd, Narrow, Taps, Rows, rowsBlended>(job, rows).Run();
+    }
+}
+
+template <typename Simd, typename Narrow, typename Taps>
+void BlendRows(const ColumnBlending& job) {
+    if (job.numbers.places != nullptr) {
+        BlendRowsOf<Simd, Narrow, Taps>(job, job.numbers);
+    } else {
+        BlendRowsOf<Simd, Narrow, Taps>(job, job.rows);
+    }
+}
+
+template <typename Simd>
+void WidenRow(const std::uint8_t* bytes, std::int64_t count, float* numbers) {
+    std::int64_t index = 0;
+    for (; index + Simd::floatCount <= count; index += Simd::floatCount)
+        Simd::Store(numbers + index, Simd::LoadBytes(bytes + index));
+    for (; index < count; ++index)
+        numbers[index] = bytes[index];
+}
+
+}  // namespace
+}  // namespace zvk::kernels
