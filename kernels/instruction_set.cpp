@@ -48,7 +48,8 @@ InstructionSet DetectInstructionSet() {
         return InstructionSet::Sse41;
     }
     if (!HasAll(saved, zmmState) ||
-        !HasAll(extended.ebx, bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL)) {
+        !HasAll(extended.ebx, bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL) ||
+        !HasAll(extended.ecx, bit_AVX512VNNI)) {
         return InstructionSet::Avx2;
     }
     return InstructionSet::Avx512;

@@ -12,7 +12,7 @@ enum class InstructionSet : std::uint8_t {
     Baseline,  // what every processor of this architecture has: SSE2
     Sse41,     // with SSSE3
     Avx2,      // with FMA
-    Avx512,    // F, BW, DQ and VL
+    Avx512,    // F, BW, DQ, VL and VNNI
 };
 
 inline constexpr int instructionSetCount = 4;

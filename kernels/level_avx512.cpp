@@ -2,12 +2,12 @@
 // the linker could pick from here for everybody would not run on an older machine.
 #include "kernels/level_table.h"
 #include "kernels/simd_avx512.h"
-#include "kernels/taps_avx2.h"
+#include "kernels/taps_vnni.h"
 #include "kernels/words_avx2.h"
 
 namespace zvk::kernels {
 
 constinit const KernelTable avx512Kernels =
-    TableOf<Avx512, Sse41, Avx2Taps, WideWords, DoubleQuads>(InstructionSet::Avx512);
+    TableOf<Avx512, Sse41, VnniTaps, WideWords, DoubleQuads>(InstructionSet::Avx512);
 
 }  // namespace zvk::kernels

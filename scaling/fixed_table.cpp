@@ -21,7 +21,8 @@ namespace {
 
 using kernels::FixedList;
 
-constexpr double greatestDigit = 32767.0;
+// Digits have two bytes that count as signed: 127 * 256 + 127.
+constexpr double greatestDigit = 32639.0;
 constexpr double greatestChannel = 255.0;
 
 // With these, sums of channels times coarse digits stay below 2^30.

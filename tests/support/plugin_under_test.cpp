@@ -18,7 +18,8 @@ bool MachineOffers(const std::string& level) {
     if (level == "avx2") return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
     if (level == "avx512") {
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
+               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+               __builtin_cpu_supports("avx512vnni");
     }
     throw std::invalid_argument("there is no level " + level);
 }
