@@ -29,7 +29,7 @@ struct FixedList {
     std::int32_t fineSlack;
 };
 
-// Kernels read weights and pixels in groups of at most this many.
-inline constexpr std::int32_t fixedGroup = 4;
+// Kernels read weights and pixels in multiples of this many.
+inline constexpr std::int32_t fixedGroup = 2;
 
 }  // namespace zvk::kernels

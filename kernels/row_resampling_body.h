@@ -53,10 +53,15 @@ class RowResampler {
     }
 
     void ResampleTogether(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
+        if ((lists[0].slack | lists[1].slack | lists[2].slack | lists[3].slack) == 0) {
+            for (int index = 0; index < blockLength; ++index)
+                pixels[index] = WholeParts(lists[index], SumFew(lists[index]));
+            return;
+        }
         Totals sums[blockLength];
         bool isOpen = false;
         for (int index = 0; index < blockLength; ++index) {
-            sums[index] = SumProducts(lists[index], lists[index].coarse);
+            sums[index] = SumFew(lists[index]);
             isOpen = isOpen | IsOpen(lists[index], sums[index]);
         }
         for (int index = 0; index < blockLength; ++index) {
@@ -71,9 +76,16 @@ class RowResampler {
         return IsOpen(list, sums) ? ResampleFinely(list, sums) : WholeParts(list, sums);
     }
 
-    Totals SumProducts(const FixedList& list, const std::int16_t* weights) const {
+    [[gnu::always_inline]] Totals SumProducts(const FixedList& list,
+                                              const std::int16_t* weights) const {
         return Taps::SumProducts(job_.sources, std::int64_t{list.first} * bytesPerPixelWord,
                                  weights, list.count);
+    }
+
+    // The sums of a short list with its coarse digit.
+    [[gnu::always_inline]] Totals SumFew(const FixedList& list) const {
+        return Taps::SumFew(job_.sources, std::int64_t{list.first} * bytesPerPixelWord, list.coarse,
+                            list.count);
     }
 
     // Whether sums with the coarse digit leave more than one byte for some colour.

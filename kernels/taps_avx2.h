@@ -43,15 +43,25 @@ struct DoublePixelAvx2 {
     }
 };
 
-// Four taps of a row as words: the channels of the first two in the lower half, those of the other
-// two in the upper half, channel beside channel.
-inline __m256i TapPattern() {
-    return _mm256_setr_epi8(0, -1, 4, -1, 1, -1, 5, -1, 2, -1, 6, -1, 3, -1, 7, -1,  //
-                            8, -1, 12, -1, 9, -1, 13, -1, 10, -1, 14, -1, 11, -1, 15, -1);
+// Pairs of taps as words, channel beside channel: of each half's first two pixels, or of its last.
+inline __m256i FirstPairs() {
+    return _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, -1, 4, -1, 1, -1, 5, -1, 2, -1, 6, -1, 3, -1, 7, -1));
+}
+inline __m256i LastPairs() {
+    return _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(8, -1, 12, -1, 9, -1, 13, -1, 10, -1, 14, -1, 11, -1, 15, -1));
 }
 
-// The weights of four taps, laid out like the taps.
-inline __m256i LoadTapWeights(const std::int16_t* weights) {
+// The weights of two taps, once for every channel.
+inline __m256i LoadPairWeights(const std::int16_t* weights) {
+    int pair = 0;
+    __builtin_memcpy(&pair, weights, sizeof pair);
+    return _mm256_set1_epi32(pair);
+}
+
+// The weights of four taps, those of the first two in the lower half.
+inline __m256i LoadFourWeights(const std::int16_t* weights) {
     long long all = 0;
     __builtin_memcpy(&all, weights, sizeof all);
     return _mm256_shuffle_epi8(_mm256_set1_epi64x(all),
@@ -97,25 +107,30 @@ struct Avx2Taps {
         }
     };
 
-    // The sums over a list's taps, a multiple of four.
-    static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
-                              const std::int16_t* weights, std::int32_t count) {
-        // Each row's sums in two halves.
-        __m256i rows[rowCount] = {_mm256_setzero_si256(), _mm256_setzero_si256(),
-                                  _mm256_setzero_si256(), _mm256_setzero_si256()};
-        for (std::int32_t tap = 0; tap < count; tap += tapsAtOnce) {
-            const __m256i factors = LoadTapWeights(weights + tap);
-            for (int row = 0; row < rowCount; ++row) {
-                const __m256i taps = _mm256_shuffle_epi8(
-                    _mm256_broadcastsi128_si256(Sse2::LoadAll(sources[row] + offset)),
-                    TapPattern());
-                rows[row] = _mm256_add_epi32(rows[row], _mm256_madd_epi16(taps, factors));
-            }
+    // The sums over the taps of a list, a multiple of two, and of a short one.
+    [[gnu::always_inline]] static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount],
+                                                     std::int64_t offset,
+                                                     const std::int16_t* weights,
+                                                     std::int32_t count) {
+        if (count < longList) return SumFew(sources, offset, weights, count);
+        const std::int32_t whole = count / tapsAtOnce * tapsAtOnce;
+        const Totals sums = SumByRow(sources, offset, weights, whole);
+        if (whole == count) return sums;
+        return sums + SumTwo(sources, offset + whole * bytesPerPixelWord, weights + whole);
+    }
+    [[gnu::always_inline]] static Totals SumFew(const std::uint8_t* const (&sources)[rowCount],
+                                                std::int64_t offset, const std::int16_t* weights,
+                                                std::int32_t count) {
+        Totals sums = {_mm256_setzero_si256(), _mm256_setzero_si256()};
+        for (; count >= tapsAtOnce; count -= tapsAtOnce) {
+            sums = sums + SumFour(sources, offset, weights);
+            weights += tapsAtOnce;
             offset += tapsAtOnce * bytesPerPixelWord;
         }
-        return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])};
+        return count > 0 ? sums + SumTwo(sources, offset, weights) : sums;
     }
 
+    // From sums of two rows in halves to both rows' sums.
     static __m256i SumHalves(__m256i first, __m256i second) {
         return _mm256_add_epi32(_mm256_permute2x128_si256(first, second, 0x20),
                                 _mm256_permute2x128_si256(first, second, 0x31));
@@ -123,6 +138,53 @@ struct Avx2Taps {
 
   private:
     static constexpr std::int32_t tapsAtOnce = 4;
+    // Lists from here on are summed up row by row; the halves that this leaves cost a little.
+    static constexpr std::int32_t longList = 8;
+
+    // The first two taps of each row in its lower half, the last two in the upper half.
+    static Totals SumByRow(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                           const std::int16_t* weights, std::int32_t count) {
+        const __m256i pairs = _mm256_blend_epi32(FirstPairs(), LastPairs(), 0xF0);
+        __m256i rows[rowCount] = {_mm256_setzero_si256(), _mm256_setzero_si256(),
+                                  _mm256_setzero_si256(), _mm256_setzero_si256()};
+        for (std::int32_t tap = 0; tap < count; tap += tapsAtOnce) {
+            const __m256i factors = LoadFourWeights(weights + tap);
+            for (int row = 0; row < rowCount; ++row) {
+                const __m256i taps = _mm256_shuffle_epi8(
+                    _mm256_broadcastsi128_si256(Sse2::LoadAll(sources[row] + offset)), pairs);
+                rows[row] = _mm256_add_epi32(rows[row], _mm256_madd_epi16(taps, factors));
+            }
+            offset += tapsAtOnce * bytesPerPixelWord;
+        }
+        return {SumHalves(rows[0], rows[1]), SumHalves(rows[2], rows[3])};
+    }
+
+    // Four taps of two rows in a vector.
+    static Totals SumFour(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                          const std::int16_t* weights) {
+        const __m256i first = LoadPairWeights(weights);
+        const __m256i last = LoadPairWeights(weights + 2);
+        const auto sumOf = [&](const std::uint8_t* upper, const std::uint8_t* lower) {
+            const __m256i pixels =
+                _mm256_set_m128i(Sse2::LoadAll(lower + offset), Sse2::LoadAll(upper + offset));
+            return _mm256_add_epi32(
+                _mm256_madd_epi16(_mm256_shuffle_epi8(pixels, FirstPairs()), first),
+                _mm256_madd_epi16(_mm256_shuffle_epi8(pixels, LastPairs()), last));
+        };
+        return {sumOf(sources[0], sources[1]), sumOf(sources[2], sources[3])};
+    }
+
+    // Two taps of two rows in a vector.
+    static Totals SumTwo(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                         const std::int16_t* weights) {
+        const __m256i pair = LoadPairWeights(weights);
+        const auto sumOf = [&](const std::uint8_t* upper, const std::uint8_t* lower) {
+            const __m256i pixels =
+                _mm256_set_m128i(_mm_loadu_si64(lower + offset), _mm_loadu_si64(upper + offset));
+            return _mm256_madd_epi16(_mm256_shuffle_epi8(pixels, FirstPairs()), pair);
+        };
+        return {sumOf(sources[0], sources[1]), sumOf(sources[2], sources[3])};
+    }
 };
 
 }  // namespace

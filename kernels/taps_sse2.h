@@ -112,6 +112,11 @@ struct Sse2Taps {
         });
     }
 
+    static Totals SumFew(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                         const std::int16_t* weights, std::int32_t count) {
+        return SumProducts(sources, offset, weights, count);
+    }
+
     // The same, where `widen` makes words of two pixels, channel beside channel.
     template <typename Widen>
     static Totals SumPairs(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,

@@ -18,6 +18,10 @@ struct Sse41Taps : Sse2Taps {
                                                         2, -1, 6, -1, 3, -1, 7, -1));
         });
     }
+    static Totals SumFew(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
+                         const std::int16_t* weights, std::int32_t count) {
+        return SumProducts(sources, offset, weights, count);
+    }
 };
 
 }  // namespace

@@ -33,25 +33,19 @@ struct VnniTaps {
     using Totals = Avx2Taps::Totals;
     static constexpr int rowCount = Avx2Taps::rowCount;
 
-    // The sums over a list's taps, a multiple of four. Short lists are summed up faster as words.
-    static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount], std::int64_t offset,
-                              const std::int16_t* weights, std::int32_t count) {
+    // The sums over the taps of a list, a multiple of two, and of a short one. A few are summed up
+    // faster as words.
+    [[gnu::always_inline]] static Totals SumProducts(const std::uint8_t* const (&sources)[rowCount],
+                                                     std::int64_t offset,
+                                                     const std::int16_t* weights,
+                                                     std::int32_t count) {
         if (count < shortestList) return Avx2Taps::SumProducts(sources, offset, weights, count);
-        Row rows[rowCount];
-        std::int32_t tap = 0;
-        for (; tap + tapsAtOnce <= count; tap += tapsAtOnce) {
-            const WeightDigits digits(Sse2::LoadAll(Bytes(weights + tap)));
-            for (int row = 0; row < rowCount; ++row)
-                rows[row].Add(Avx2::LoadAll(sources[row] + offset), digits);
-            offset += tapsAtOnce * bytesPerPixelWord;
-        }
-        if (tap < count) {
-            const WeightDigits digits(_mm_loadu_si64(weights + tap));
-            for (int row = 0; row < rowCount; ++row)
-                rows[row].Add(_mm256_zextsi128_si256(Sse2::LoadAll(sources[row] + offset)), digits);
-        }
-        return {Avx2Taps::SumHalves(rows[0].Whole(), rows[1].Whole()),
-                Avx2Taps::SumHalves(rows[2].Whole(), rows[3].Whole())};
+        return SumDigits(sources, offset, weights, count);
+    }
+    [[gnu::always_inline]] static Totals SumFew(const std::uint8_t* const (&sources)[rowCount],
+                                                std::int64_t offset, const std::int16_t* weights,
+                                                std::int32_t count) {
+        return Avx2Taps::SumFew(sources, offset, weights, count);
     }
 
   private:
@@ -74,8 +68,22 @@ struct VnniTaps {
         __m256i Whole() const { return _mm256_add_epi32(_mm256_slli_epi32(high, 8), low); }
     };
 
-    static const std::uint8_t* Bytes(const std::int16_t* weights) {
-        return reinterpret_cast<const std::uint8_t*>(weights);
+    [[gnu::always_inline]] static Totals SumDigits(const std::uint8_t* const (&sources)[rowCount],
+                                                   std::int64_t offset, const std::int16_t* weights,
+                                                   std::int32_t count) {
+        Row rows[rowCount];
+        std::int32_t tap = 0;
+        for (; tap + tapsAtOnce <= count; tap += tapsAtOnce) {
+            const WeightDigits digits(
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(weights + tap)));
+            for (int row = 0; row < rowCount; ++row)
+                rows[row].Add(Avx2::LoadAll(sources[row] + offset), digits);
+            offset += tapsAtOnce * bytesPerPixelWord;
+        }
+        const Totals sums = {Avx2Taps::SumHalves(rows[0].Whole(), rows[1].Whole()),
+                             Avx2Taps::SumHalves(rows[2].Whole(), rows[3].Whole())};
+        if (tap == count) return sums;
+        return sums + Avx2Taps::SumFew(sources, offset, weights + tap, count - tap);
     }
 };
 

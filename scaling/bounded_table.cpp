@@ -66,6 +66,11 @@ void SetBounds(BoundedList& bounded, const ContributionList& list, double magnit
         bounded.slack = 0.0F;
         return;
     }
+    if (error < DistanceFromHalves(list)) {
+        bounded.bias = 0.5F;
+        bounded.slack = 0.0F;
+        return;
+    }
     bounded.bias = static_cast<float>(0.5 - error);
     bounded.slack = static_cast<float>(2.0 * error);
 }

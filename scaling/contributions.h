@@ -49,6 +49,10 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 // Whether all weights of a list of neighbouring pixels are 1, so that it gives their mean.
 bool IsPlainMean(const ContributionList& list);
 
+// How far from every half the weighted means of bytes stay that a list can give; 0 where nothing is
+// known of it.
+double DistanceFromHalves(const ContributionList& list);
+
 // How far source coordinates lie apart along an axis, and which of them a destination coordinate
 // looks at.
 struct AxisMapping {

@@ -112,6 +112,11 @@ void SetCoarseBounds(FixedList& fixed, const Remainders& remainders, double erro
         fixed.slack = 0;
         return;
     }
+    if (reach < std::ldexp(DistanceFromHalves(exact), fixed.shift)) {
+        fixed.bias = half;
+        fixed.slack = 0;
+        return;
+    }
     const WholeInterval interval(remainders, error);
     fixed.bias = half + interval.begin;
     fixed.slack = interval.length;

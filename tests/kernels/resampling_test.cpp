@@ -323,13 +323,32 @@ TEST(FixedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
     }
 }
 
-TEST(FixedLists, KeepTheirGroupsInsideTheSource) {
-    const FixedList inside = FixedOf({{0.5F, 5}, {0.5F, 6}}, 1.0F, 7);
+TEST(FixedLists, KeepTheirPairsInsideTheSource) {
+    const FixedList inside = FixedOf({{0.5F, 4}, {0.25F, 5}, {0.25F, 6}}, 1.0F, 7);
     EXPECT_EQ(inside.first, 3);
     EXPECT_EQ(inside.count, 4);
-    const FixedList beyond = FixedOf({{0.5F, 1}, {0.5F, 2}}, 1.0F, 3);
+    EXPECT_EQ(inside.coarse[0], 0);
+    const FixedList beyond = FixedOf({{1.0F, 0}}, 1.0F, 1);
     EXPECT_EQ(beyond.first, 0);
-    EXPECT_EQ(beyond.count, 4);
+    EXPECT_EQ(beyond.count, 2);
+}
+
+TEST(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
+    const FixedList thirds = FixedOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}, 1.0F);
+    EXPECT_EQ(thirds.slack, 0);
+    EXPECT_EQ(thirds.bias, 1 << (thirds.shift - 1));
+    EXPECT_GT(FixedOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F).slack, 0);
+}
+
+TEST(Lists, KnowTheirDistanceFromHalves) {
+    const auto distanceOf = [](std::vector<Contribution> entries) {
+        return DistanceFromHalves(ListOf(entries, 1.0F));
+    };
+    EXPECT_NEAR(distanceOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}), 1.0 / 6.0, 1e-4);
+    EXPECT_NEAR(distanceOf({{2.0F / 9.0F, 0}, {7.0F / 9.0F, 1}}), 1.0 / 18.0, 1e-4);
+    EXPECT_EQ(distanceOf({{0.5F, 0}, {0.5F, 1}}), 0.0);
+    EXPECT_EQ(distanceOf({{0.34F, 0}, {0.66F, 1}}), 0.0);
+    EXPECT_EQ(distanceOf({{std::nanf(""), 0}}), 0.0);
 }
 
 TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
@@ -342,6 +361,13 @@ TEST(BoundedLists, LieHalfAStepAboveForPlainMeans) {
     const BoundedList list = BoundsOf({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}}, 3.0F);
     EXPECT_EQ(list.slack, 0.0F);
     EXPECT_FLOAT_EQ(list.bias, 0.5F + 1.0F / 12.0F);
+}
+
+TEST(BoundedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
+    const BoundedList thirds = BoundsOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}, 1.0F);
+    EXPECT_EQ(thirds.slack, 0.0F);
+    EXPECT_EQ(thirds.bias, 0.5F);
+    EXPECT_GT(BoundsOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F).slack, 0.0F);
 }
 
 TEST(BoundedLists, HaveSlackOtherwise) {
