@@ -327,7 +327,6 @@ TEST(FixedLists, KeepTheirPairsInsideTheSource) {
     const FixedList inside = FixedOf({{0.5F, 4}, {0.25F, 5}, {0.25F, 6}}, 1.0F, 7);
     EXPECT_EQ(inside.first, 3);
     EXPECT_EQ(inside.count, 4);
-    EXPECT_EQ(inside.coarse[0], 0);
     const FixedList beyond = FixedOf({{1.0F, 0}}, 1.0F, 1);
     EXPECT_EQ(beyond.first, 0);
     EXPECT_EQ(beyond.count, 2);
