@@ -27,6 +27,7 @@ struct FixedList {
     std::int32_t fineShift;
     std::int32_t fineBias;
     std::int32_t fineSlack;
+    bool isExactInTwo;  // whether v is (C + half) 2^fineShift + F in the finer units, without fail
 };
 
 // Kernels read weights and pixels in multiples of this many.

@@ -53,21 +53,40 @@ class RowResampler {
     }
 
     void ResampleTogether(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
-        if ((lists[0].slack | lists[1].slack | lists[2].slack | lists[3].slack) == 0) {
+        if (All(lists, [](const FixedList& list) { return list.slack == 0; })) {
             for (int index = 0; index < blockLength; ++index)
-                pixels[index] = WholeParts(lists[index], SumFew(lists[index]));
-            return;
+                pixels[index] = WholeParts(lists[index], SumFew(lists[index], lists[index].coarse));
+        } else if (All(lists, [](const FixedList& list) { return list.isExactInTwo; })) {
+            for (int index = 0; index < blockLength; ++index)
+                pixels[index] = ResampleInTwo(lists[index]);
+        } else {
+            ResampleWithBounds(lists, pixels);
         }
+    }
+
+    template <typename Has>
+    static bool All(const FixedList* lists, Has has) {
+        return has(lists[0]) && has(lists[1]) && has(lists[2]) && has(lists[3]);
+    }
+
+    void ResampleWithBounds(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
         Totals sums[blockLength];
         bool isOpen = false;
         for (int index = 0; index < blockLength; ++index) {
-            sums[index] = SumFew(lists[index]);
+            sums[index] = SumFew(lists[index], lists[index].coarse);
             isOpen = isOpen | IsOpen(lists[index], sums[index]);
         }
         for (int index = 0; index < blockLength; ++index) {
             pixels[index] = isOpen ? ResampleFinely(lists[index], sums[index])
                                    : WholeParts(lists[index], sums[index]);
         }
+    }
+
+    // With both digits and no question left.
+    __m128i ResampleInTwo(const FixedList& list) const {
+        const Totals coarse = SumFew(list, list.coarse) + (1 << (list.shift - 1));
+        const Totals fine = SumFew(list, list.fine) >> list.fineShift;
+        return ((coarse + fine) >> list.shift).ToBytes();
     }
 
     // A pixel of each row, one after the other.
@@ -82,9 +101,9 @@ class RowResampler {
                                  weights, list.count);
     }
 
-    // The sums of a short list with its coarse digit.
-    [[gnu::always_inline]] Totals SumFew(const FixedList& list) const {
-        return Taps::SumFew(job_.sources, std::int64_t{list.first} * bytesPerPixelWord, list.coarse,
+    // The same for a short list.
+    [[gnu::always_inline]] Totals SumFew(const FixedList& list, const std::int16_t* weights) const {
+        return Taps::SumFew(job_.sources, std::int64_t{list.first} * bytesPerPixelWord, weights,
                             list.count);
     }
 

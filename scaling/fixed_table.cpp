@@ -81,6 +81,8 @@ struct Remainders {
         below += greatestChannel * std::min(remainder, 0.0);
         above += greatestChannel * std::max(remainder, 0.0);
     }
+
+    bool AreZero() const { return below == 0.0 && above == 0.0; }
 };
 
 // An interval of whole numbers that holds [remainders.below - error, remainders.above + error].
@@ -99,7 +101,7 @@ void SetCoarseBounds(FixedList& fixed, const Remainders& remainders, double erro
     const std::int32_t half = 1 << (fixed.shift - 1);
     // Nothing is rounded: not by the digits, and so neither by the definition, whose sums are short
     // multiples of a power of two.
-    if (remainders.below == 0.0 && remainders.above == 0.0 && IsPowerOfTwo(exact.weightSum)) {
+    if (remainders.AreZero() && IsPowerOfTwo(exact.weightSum)) {
         fixed.bias = half;
         fixed.slack = 0;
         return;
@@ -167,6 +169,8 @@ void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
     const WholeInterval interval(belowFine, error * coarseScale * fineScale);
     fixed.fineBias = interval.begin;
     fixed.fineSlack = interval.length;
+    // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
+    fixed.isExactInTwo = belowFine.AreZero() && IsPowerOfTwo(exact.weightSum);
 }
 
 // The number of weights of a list, rounded up to whole groups; none for a list that is too long.

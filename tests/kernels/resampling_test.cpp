@@ -304,6 +304,14 @@ TEST(FixedLists, LieHalfAStepAboveForPlainMeans) {
     EXPECT_EQ(list.bias, (1 << (list.shift - 1)) + (1 << list.shift) / 12);
 }
 
+TEST(FixedLists, AreExactInTwoDigitsWhereTheyHoldAllBitsOfTheWeights) {
+    EXPECT_TRUE(
+        FixedOf({{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}}, 1.0F).isExactInTwo);
+    EXPECT_TRUE(FixedOf({{0.125F, 0}, {0.875F, 1}}, 1.0F).isExactInTwo);
+    EXPECT_FALSE(FixedOf({{0.001F, 0}, {0.999F, 1}}, 1.0F).isExactInTwo) << "has finer bits";
+    EXPECT_FALSE(FixedOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F).isExactInTwo) << "is divided";
+}
+
 TEST(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
     const FixedList list = FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F);
     const double unit = std::ldexp(1.0, -list.shift);
