@@ -17,6 +17,7 @@ enum class Decision : std::uint8_t {
     ByBounds,   // what the bounds leave open by the definition
     ByTwoSums,  // what the bounds leave open in two sums
     InTwoSums,  // all in two sums, since the bounds would often leave something open
+    InWholes,   // as the rounded quotient of a sum of whole numbers
 };
 
 // The weights of one destination coordinate, one per source coordinate from `first` on.
@@ -25,6 +26,9 @@ enum class Decision : std::uint8_t {
 // single precision, fused or not, bias + sum(weight * channel) lies in [v', v' + slack], where v'
 // truncates to the same byte as v. Where both ends of the interval truncate to one byte it is the
 // byte of v.
+//
+// With a denominator the weights are whole numbers divided by it, none negative, and the byte is
+// sum(whole * channel) / denominator rounded half up.
 struct BoundedList {
     const float* weights;  // `count` of them
     const ContributionList* exact;
@@ -33,6 +37,10 @@ struct BoundedList {
     float bias;
     float slack;
     Decision decision;
+    std::int32_t denominator;  // 0 if there is none
 };
+
+// Lists with a denominator have at most this many weights.
+inline constexpr std::int32_t mostWholes = 32;
 
 }  // namespace zvk::kernels

@@ -2,18 +2,19 @@
 // Included by the files that instantiate it and by nothing else; everything here is internal to
 // each of them.
 //
-// Exactness: sums are formed in single precision, in any order, fused or not. A list's bounds say
-// between which two values the definition's sum lies; where both truncate to one byte, that is it.
-// Open bytes are decided without any rounding where a list fits two sums, and by the definition
-// elsewhere, whose products are rounded to single precision.
+// Exactness: sums are formed in single precision, in any order, fused or not. A
+// list's bounds say between which two values the definition's sum lies; where both truncate to one
+// byte, that is it. Open bytes are decided without any rounding where a list fits two sums, and by
+// the definition elsewhere, whose products are rounded to single precision.
 #pragma once
 
 #include <algorithm>
 #include <utility>
 
-#include "kernels/kernel_table.h"
+#include "kernels/column_vectors.h"
 #include "kernels/resampling.h"
 #include "kernels/simd_sse2.h"
+#include "kernels/whole_blending_body.h"
 
 namespace zvk::kernels {
 namespace {
@@ -54,14 +55,7 @@ class ColumnBlender {
     }
 
     void Run() const {
-        const std::int64_t size = job_.width * bytesPerPixelWord;
-        if (size < Simd::byteCount) return RunNarrow(static_cast<std::size_t>(size));
-        // The last vector goes back over bytes that have been written; they come out the same.
-        const std::int64_t last = size - Simd::byteCount;
-        for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
-            BlendInto(offset);
-        BlendInto(last);
-        if (job_.streams) EndStream();
+        ForEachVector<Simd>(job_, [this](std::int64_t offset) { Blend(offset); });
     }
 
   private:
@@ -74,29 +68,12 @@ class ColumnBlender {
     // Parts of a vector's bytes as numbers.
     using Parts = Floats[partCount];
 
-    void RunNarrow(std::size_t size) const {
-        Blend(0, [&](int row, Bytes pixels) {
-            std::uint8_t bytes[Simd::byteCount];
-            Simd::StoreAll(bytes, pixels);
-            __builtin_memcpy(job_.destinations[row], bytes, size);
-        });
-    }
-
-    void BlendInto(std::int64_t offset) const {
-        Blend(offset, [&](int row, Bytes pixels) {
-            if (job_.streams) {
-                Simd::Stream(job_.destinations[row] + offset, pixels);
-            } else {
-                Simd::StoreAll(job_.destinations[row] + offset, pixels);
-            }
-        });
-    }
-
-    // Blends a vector's bytes of each row from `offset` on and has them stored.
-    template <typename StoreRow>
-    [[gnu::always_inline]] void Blend(std::int64_t offset, StoreRow store) const {
+    // Blends a vector's bytes of each row from `offset` on.
+    void Blend(std::int64_t offset) const {
         if (isInTwoSums_) {
-            Repeat<rowCount>([&](auto row) { store(row, SumInTwo(job_.lists[row], offset)); });
+            Repeat<rowCount>([&](auto row) {
+                StoreVector<Simd>(job_, row, offset, SumInTwo(job_.lists[row], offset));
+            });
             return;
         }
         Parts sums[rowCount];
@@ -114,8 +91,9 @@ class ColumnBlender {
                 });
             });
         });
-        Repeat<rowCount>(
-            [&](auto row) { store(row, Truncate(job_.lists[row], sums[row], offset)); });
+        Repeat<rowCount>([&](auto row) {
+            StoreVector<Simd>(job_, row, offset, Truncate(job_.lists[row], sums[row], offset));
+        });
     }
 
     // Calls `add` for every row of the source that the lists name, in order, with its place in the
@@ -266,12 +244,29 @@ void BlendRowsOf(const ColumnBlending& job, const Rows& rows) {
 }
 
 template <typename Simd, typename Narrow, typename Taps>
-void BlendRows(const ColumnBlending& job) {
-    if (job.numbers.places != nullptr) {
+void BlendWideRows(const ColumnBlending& job) {
+    if (AreInWholes(job)) {
+        WholeBlender<Simd>(job).Run();
+    } else if (job.numbers.places != nullptr) {
         BlendRowsOf<Simd, Narrow, Taps>(job, job.numbers);
     } else {
         BlendRowsOf<Simd, Narrow, Taps>(job, job.rows);
     }
+}
+
+// Rows shorter than a vector are blended aside.
+template <typename Simd, typename Narrow, typename Taps>
+void BlendRows(const ColumnBlending& job) {
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    if (size >= Simd::byteCount) return BlendWideRows<Simd, Narrow, Taps>(job);
+    std::uint8_t bytes[rowsBlended][Simd::byteCount];
+    ColumnBlending aside = job;
+    for (int row = 0; row < job.listCount; ++row)
+        aside.destinations[row] = bytes[row];
+    aside.streams = false;
+    BlendWideRows<Simd, Narrow, Taps>(aside);
+    for (int row = 0; row < job.listCount; ++row)
+        __builtin_memcpy(job.destinations[row], bytes[row], static_cast<std::size_t>(size));
 }
 
 template <typename Simd>

@@ -78,6 +78,30 @@ struct Avx2 {
         return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
     }
 
+    struct WholeSums {
+        __m256i low;
+        __m256i high;
+
+        explicit WholeSums(std::int32_t start)
+            : low(_mm256_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+
+        void Add(Bytes first, Bytes second, Bytes pairs) {
+            low = _mm256_add_epi16(
+                low, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(first, second), pairs));
+            high = _mm256_add_epi16(
+                high, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(first, second), pairs));
+        }
+
+        Bytes DividedBy(const Quotient& quotient) const {
+            const __m256i factor =
+                _mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
+            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
+            return _mm256_packus_epi16(_mm256_srl_epi16(_mm256_mulhi_epu16(low, factor), shift),
+                                       _mm256_srl_epi16(_mm256_mulhi_epu16(high, factor), shift));
+        }
+    };
+    static Bytes BroadcastPair(std::int32_t pair) { return _mm256_set1_epi32(pair); }
+
     static Mask Differing(Bytes left, Bytes right) {
         return ~static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(left, right)));
     }

@@ -75,6 +75,30 @@ struct Avx512 {
         return _mm512_permutexvar_epi32(pattern, bytes);
     }
 
+    struct WholeSums {
+        __m512i low;
+        __m512i high;
+
+        explicit WholeSums(std::int32_t start)
+            : low(_mm512_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+
+        void Add(Bytes first, Bytes second, Bytes pairs) {
+            low = _mm512_add_epi16(
+                low, _mm512_maddubs_epi16(_mm512_unpacklo_epi8(first, second), pairs));
+            high = _mm512_add_epi16(
+                high, _mm512_maddubs_epi16(_mm512_unpackhi_epi8(first, second), pairs));
+        }
+
+        Bytes DividedBy(const Quotient& quotient) const {
+            const __m512i factor =
+                _mm512_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
+            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
+            return _mm512_packus_epi16(_mm512_srl_epi16(_mm512_mulhi_epu16(low, factor), shift),
+                                       _mm512_srl_epi16(_mm512_mulhi_epu16(high, factor), shift));
+        }
+    };
+    static Bytes BroadcastPair(std::int32_t pair) { return _mm512_set1_epi32(pair); }
+
     static Mask Differing(Bytes left, Bytes right) { return _mm512_cmpneq_epi8_mask(left, right); }
     static Bytes Select(std::uint32_t mask, Bytes first, Bytes second) {
         const __m512i bits = _mm512_set1_epi32(static_cast<int>(mask));

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "kernels/channel_order.h"
+#include "kernels/quotient.h"
 
 namespace zvk::kernels {
 namespace {
@@ -92,6 +93,38 @@ struct Sse2 {
         };
         return _mm_unpacklo_epi64(sumOf(first), sumOf(second));
     }
+
+    // Sums of bytes times small whole weights, which stay below 2^15.
+    struct WholeSums {
+        __m128i low;
+        __m128i high;
+
+        explicit WholeSums(std::int32_t start)
+            : low(_mm_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+
+        // Every pair has two weights below 128, the first in the lower byte.
+        void Add(Bytes first, Bytes second, Bytes pairs) {
+            const __m128i zero = _mm_setzero_si128();
+            const __m128i firstWeights = _mm_and_si128(pairs, _mm_set1_epi16(255));
+            const __m128i secondWeights = _mm_srli_epi16(pairs, 8);
+            const auto products = [&](__m128i firstWords, __m128i secondWords) {
+                return _mm_add_epi16(_mm_mullo_epi16(firstWords, firstWeights),
+                                     _mm_mullo_epi16(secondWords, secondWeights));
+            };
+            low = _mm_add_epi16(
+                low, products(_mm_unpacklo_epi8(first, zero), _mm_unpacklo_epi8(second, zero)));
+            high = _mm_add_epi16(
+                high, products(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero)));
+        }
+
+        Bytes DividedBy(const Quotient& quotient) const {
+            const __m128i factor = _mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
+            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
+            return _mm_packus_epi16(_mm_srl_epi16(_mm_mulhi_epu16(low, factor), shift),
+                                    _mm_srl_epi16(_mm_mulhi_epu16(high, factor), shift));
+        }
+    };
+    static Bytes BroadcastPair(std::int32_t pair) { return _mm_set1_epi32(pair); }
 
     static Bytes InOrder(Bytes bytes) { return bytes; }
     static Mask Differing(Bytes left, Bytes right) {

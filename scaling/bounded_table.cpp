@@ -18,6 +18,7 @@
 #include <limits>
 #include <optional>
 
+#include "kernels/quotient.h"
 #include "scaling/contributions.h"
 
 namespace zvk {
@@ -26,6 +27,7 @@ namespace {
 
 using kernels::BoundedList;
 using kernels::Decision;
+using kernels::Quotient;
 
 constexpr double unitRoundoff = 0x1p-24;
 
@@ -115,6 +117,46 @@ Decision DecisionFor(const ContributionList& list, double magnitude) {
     return MakesManyHalves(list) ? Decision::InTwoSums : Decision::ByTwoSums;
 }
 
+// Whether all normalised weights are multiples of 1 / denominator, none negative.
+bool HasDenominator(const ContributionList& list, std::int32_t denominator, double tolerance) {
+    return std::all_of(list.entries, list.entries + list.count, [&](const Contribution& entry) {
+        const double scaled = double{entry.weight} / list.weightSum * denominator;
+        return scaled >= 0.0 && std::fabs(scaled - std::nearbyint(scaled)) <= tolerance;
+    });
+}
+
+// The denominator of a list that is settled without slack. Such a list is exact, a plain mean, or
+// has an odd denominator and so no halves to decide; its weights deviate from multiples so little
+// that their bytes are those of the multiples.
+std::int32_t DenominatorOf(const ContributionList& list) {
+    constexpr std::int32_t greatest = 128;
+    constexpr double closeEnough = 1e-5;
+    if (IsPlainMean(list)) return list.count <= greatest ? list.count : 0;
+    for (std::int32_t denominator = 2; denominator <= greatest; denominator *= 2) {
+        if (HasDenominator(list, denominator, 0.0)) return denominator;
+    }
+    if (!(DistanceFromHalves(list) > 0.0)) return 0;
+    for (std::int32_t denominator = 3; denominator <= greatestOddDenominator; denominator += 2) {
+        if (HasDenominator(list, denominator, closeEnough)) return denominator;
+    }
+    return 0;
+}
+
+// Chooses how the bytes of a list whose bounds are set are decided.
+void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude) {
+    if (bounded.slack != 0.0F) {
+        bounded.decision = DecisionFor(list, magnitude);
+        return;
+    }
+    const std::int32_t denominator = DenominatorOf(list);
+    if (denominator < 2 || bounded.count > kernels::mostWholes ||
+        !Quotient::Exists(denominator, denominator / 2)) {
+        return;
+    }
+    bounded.decision = Decision::InWholes;
+    bounded.denominator = denominator;
+}
+
 // Source coordinates from `first` to before `end`.
 struct Span {
     std::int32_t first = 0;
@@ -162,7 +204,8 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const Span&
                .count = span.count(),
                .bias = 0.0F,
                .slack = 0.0F,
-               .decision = Decision::ByBounds};
+               .decision = Decision::ByBounds,
+               .denominator = 0};
     if (list.count == 0) return;
     double magnitude = 0.0;
     for (const Contribution& entry :
@@ -173,7 +216,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const Span&
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
-        if (bounded.slack != 0.0F) bounded.decision = DecisionFor(list, magnitude);
+        SetDecision(bounded, list, magnitude);
     } else {
         LeaveOpen(bounded);
     }
@@ -194,7 +237,7 @@ bool BoundedTable::Build(std::span<const ContributionList> exact) {
     ForEachSpan(exact, [&](std::size_t index, const Span& span) {
         FillBounded(lists_[index], exact[index], span, weights);
         needed_[static_cast<std::ptrdiff_t>(index)] = {.first = span.first, .end = span.end};
-        weightCount_ += lists_[index].count;
+        if (lists_[index].decision != Decision::InWholes) weightCount_ += lists_[index].count;
         weights += span.count();
     });
     MeasureSpans();
@@ -205,7 +248,8 @@ bool BoundedTable::SharesRows(std::int64_t index) const {
     if (index + 1 >= listCount_) return false;
     const BoundedList& list = lists_[index];
     const BoundedList& next = lists_[index + 1];
-    return list.count > 0 && list.first == next.first && list.count == next.count;
+    return list.count > 0 && list.first == next.first && list.count == next.count &&
+           IsInWholes(index) == IsInWholes(index + 1);
 }
 
 // A list may begin before the one before it, where that one's outer weights are exactly 0.

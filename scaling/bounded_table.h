@@ -19,10 +19,15 @@ class BoundedTable {
 
     const kernels::BoundedList* lists() const { return lists_.get(); }
 
-    // Whether a list and the next one name the same rows.
+    // Whether a list and the next one name the same rows and can be served together.
     bool SharesRows(std::int64_t index) const;
 
-    // How many weights all lists have together.
+    // Whether a list is served in whole numbers, from bytes.
+    bool IsInWholes(std::int64_t index) const {
+        return lists_[index].decision == kernels::Decision::InWholes;
+    }
+
+    // How many weights all lists have together that are not served in whole numbers.
     std::int64_t weightCount() const { return weightCount_; }
 
     // How many source rows lie between the first and the last that is needed.

@@ -49,9 +49,8 @@ bool IsPlainMean(const ContributionList& list) {
 // Where all normalised weights are multiples of 1 / q and q is odd, so are the means, and the
 // nearest to a half is 0.5 / q away. What the weights deviate from that counts 255 times at most.
 double DistanceFromHalves(const ContributionList& list) {
-    constexpr int greatestDenominator = 9;
     const std::span entries(list.entries, static_cast<std::size_t>(list.count));
-    for (int denominator = 3; denominator <= greatestDenominator; denominator += 2) {
+    for (int denominator = 3; denominator <= greatestOddDenominator; denominator += 2) {
         double distance = 0.5 / denominator;
         for (const Contribution& entry : entries) {
             const double scaled = double{entry.weight} / list.weightSum * denominator;

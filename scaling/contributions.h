@@ -49,6 +49,9 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 // Whether all weights of a list of neighbouring pixels are 1, so that it gives their mean.
 bool IsPlainMean(const ContributionList& list);
 
+// Odd denominators of weights are looked for up to here.
+inline constexpr int greatestOddDenominator = 9;
+
 // How far from every half the weighted means of bytes stay that a list can give; 0 where nothing is
 // known of it.
 double DistanceFromHalves(const ContributionList& list);

@@ -190,7 +190,7 @@ void ColumnPass::Write(std::int64_t y, int count, const kernels::PixelRows& rows
     const std::int64_t writableWidth = writer.WritableWidth(width);
     if (!order || writableWidth < 1) return;
     if (useKernels_) {
-        WidenRows(y, rows, width);
+        if (!bounded_.IsInWholes(y)) WidenRows(y, rows, width);
         kernels::ColumnBlending job{.rows = rows,
                                     .numbers = numberRows_,
                                     .rowOrder = rowOrder_,

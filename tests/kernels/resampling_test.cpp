@@ -236,6 +236,53 @@ ContributionList ListOf(std::vector<Contribution>& entries, float weightSum) {
             .weightSum = weightSum};
 }
 
+// Whole weights over every denominator, all lengths that are served so.
+TEST_P(ResamplingKernels, RoundQuotientsOfWholeSumsAsTheDefinitionDoes) {
+    constexpr std::int64_t width = 41;
+    GuardedBytes rows(4 * width * 40 + rowPadding);
+    const PixelRows places{.places = rows.data(), .stride = 4 * width, .capacity = 40};
+    int inWholes = 0;
+    for (const std::int32_t denominator : {2, 3, 4, 5, 7, 8, 9, 16, 32, 64, 128}) {
+        for (std::int32_t count = 1; count <= 34; ++count) {
+            std::vector<std::int32_t> wholes(static_cast<std::size_t>(count));
+            for (std::int32_t left = denominator; left > 0; --left)
+                ++wholes[random() % wholes.size()];
+            wholes.front() += wholes.front() == 0 ? 1 : 0;
+            std::vector<Contribution> entries;
+            float sum = 0.0F;
+            for (std::int32_t pixel = 0; pixel < count; ++pixel) {
+                const std::int32_t whole = wholes[static_cast<std::size_t>(pixel)];
+                if (whole == 0) continue;
+                const float weight = static_cast<float>(whole) / static_cast<float>(denominator);
+                entries.push_back({weight, pixel});
+                sum += weight;
+            }
+            const std::array lists = {ListOf(entries, sum)};
+            BoundedTable bounded;
+            ASSERT_TRUE(bounded.Build(lists));
+            inWholes += bounded.IsInWholes(0) ? 1 : 0;
+            for (const Picture picture : pictures) {
+                Fill(rows, picture, random);
+                std::vector<std::uint8_t> found(4 * width);
+                std::vector<std::uint8_t> expected(4 * width);
+                kernels().blendRows({.rows = places,
+                                     .numbers = {},
+                                     .rowOrder = layouts::console,
+                                     .lists = bounded.lists(),
+                                     .listCount = 1,
+                                     .order = layouts::colourFirst,
+                                     .width = width,
+                                     .destinations = {found.data()},
+                                     .streams = false});
+                ResampleColumns(places, layouts::console, lists[0], layouts::colourFirst, width,
+                                expected.data());
+                ASSERT_EQ(found, expected) << denominator << " with " << count << " weights";
+            }
+        }
+    }
+    EXPECT_GT(inWholes, 100);
+}
+
 // All weights that a list may have, of which products lie next to halves in every way.
 TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
     constexpr std::int64_t width = 64;
@@ -406,7 +453,7 @@ TEST(BoundedLists, FitTwoSumsWhereAPowerOfTwoNormalisesAFewWeightsOfLikeSize) {
     EXPECT_EQ(decisionOf({{2.5F, 0}, {-1.5F, 1}}, 1.0F), Decision::ByBounds);
     std::vector<Contribution> many;
     for (std::int32_t pixel = 0; pixel < 9; ++pixel)
-        many.push_back({1.0F / 9.0F, pixel});
+        many.push_back({pixel < 8 ? 0.11F : 0.12F, pixel});
     EXPECT_EQ(decisionOf(many, 1.0F), Decision::ByBounds);
 }
 
@@ -416,10 +463,27 @@ TEST(BoundedLists, AreAllInTwoSumsWhereHalvesAreFrequent) {
     EXPECT_EQ(decision, Decision::InTwoSums);
 }
 
+TEST(BoundedLists, AreInWholesWhereWeightsHaveASmallDenominator) {
+    const auto denominatorOf = [](std::vector<Contribution> entries, float weightSum) {
+        const BoundedList list = BoundsOf(std::move(entries), weightSum);
+        EXPECT_EQ(list.denominator != 0, list.decision == Decision::InWholes);
+        return list.denominator;
+    };
+    EXPECT_EQ(denominatorOf({{0.125F, 0}, {0.875F, 1}}, 1.0F), 8);
+    EXPECT_EQ(denominatorOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}, 1.0F), 3);
+    EXPECT_EQ(
+        denominatorOf({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}, {1.0F, 3}, {1.0F, 4}, {1.0F, 5}}, 6.0F), 6);
+    EXPECT_EQ(denominatorOf({{-0.125F, 0}, {1.125F, 1}}, 1.0F), 0) << "is negative";
+    EXPECT_EQ(denominatorOf({{1.0F / 256.0F, 0}, {255.0F / 256.0F, 1}}, 1.0F), 0) << "is too great";
+    EXPECT_EQ(denominatorOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F), 0) << "makes halves";
+    EXPECT_EQ(denominatorOf({{0.3F, 0}, {0.7F, 1}}, 1.0F), 0);
+    EXPECT_EQ(denominatorOf({{0.5F, 0}, {0.5F, 40}}, 1.0F), 0) << "is too long";
+}
+
 TEST(BoundedLists, NameTheSameRowsAsTheirNeighboursWhereThatCostsLittle) {
     std::vector<Contribution> first = {{0.3F, 4}, {0.7F, 5}};
-    std::vector<Contribution> second = {{0.4F, 5}, {0.6F, 6}};
-    std::vector<Contribution> third = {{0.4F, 8}, {0.6F, 9}};
+    std::vector<Contribution> second = {{0.45F, 5}, {0.55F, 6}};
+    std::vector<Contribution> third = {{0.45F, 8}, {0.55F, 9}};
     const std::array lists = {ListOf(first, 1.0F), ListOf(second, 1.0F), ListOf(third, 1.0F)};
     BoundedTable bounded;
     ASSERT_TRUE(bounded.Build(lists));

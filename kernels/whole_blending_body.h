@@ -1,0 +1,77 @@
+// The vector body of the pass down the columns for lists of small whole weights over one
+// denominator, as those of the triangle and the box often are; compiled once per instruction set.
+//
+// Exactness: a sum of bytes times weights that add up to d is at most 255 d, and with d / 2 added
+// to it for rounding stays below 2^15. Its quotient is exact by the condition that `Quotient`
+// states.
+#pragma once
+
+#include <algorithm>
+
+#include "kernels/column_vectors.h"
+
+namespace zvk::kernels {
+namespace {
+
+// Whether all of a job's lists have a denominator.
+inline bool AreInWholes(const ColumnBlending& job) {
+    return std::all_of(job.lists, job.lists + job.listCount,
+                       [](const BoundedList& list) { return list.decision == Decision::InWholes; });
+}
+
+template <typename Simd>
+class WholeBlender {
+  public:
+    explicit WholeBlender(const ColumnBlending& job)
+        : job_(job), pairCount_((job.lists->count + 1) / 2), arrange_(job.rowOrder, job.order) {
+        for (std::int32_t pair = 0; pair < pairCount_; ++pair) {
+            const std::int32_t tap = 2 * pair;
+            const bool isLast = tap + 1 == job.lists->count;
+            rows_[tap] = job.rows.Row(job.lists->first + tap);
+            rows_[tap + 1] = isLast ? rows_[tap] : job.rows.Row(job.lists->first + tap + 1);
+            for (int row = 0; row < job.listCount; ++row) {
+                const BoundedList& list = job.lists[row];
+                const std::int32_t second = isLast ? 0 : WholeOf(list, tap + 1);
+                pairs_[row][pair] = (WholeOf(list, tap) | second << 8) * 0x10001;
+            }
+        }
+        for (int row = 0; row < job.listCount; ++row)
+            quotients_[row] = Quotient::By(job.lists[row].denominator);
+    }
+
+    void Run() const {
+        ForEachVector<Simd>(job_, [this](std::int64_t offset) {
+            for (int row = 0; row < job_.listCount; ++row)
+                StoreVector<Simd>(job_, row, offset, Blend(row, offset));
+        });
+    }
+
+  private:
+    using Bytes = typename Simd::Bytes;
+
+    static std::int32_t WholeOf(const BoundedList& list, std::int32_t tap) {
+        const auto denominator = static_cast<float>(list.denominator);
+        return static_cast<std::int32_t>(list.weights[tap] * denominator + 0.5F);
+    }
+
+    Bytes Blend(int row, std::int64_t offset) const {
+        typename Simd::WholeSums sums(job_.lists[row].denominator / 2);
+        for (std::int32_t pair = 0; pair < pairCount_; ++pair) {
+            sums.Add(Simd::LoadAll(rows_[2 * pair] + offset),
+                     Simd::LoadAll(rows_[2 * pair + 1] + offset),
+                     Simd::BroadcastPair(pairs_[row][pair]));
+        }
+        return arrange_(sums.DividedBy(quotients_[row]));
+    }
+
+    const ColumnBlending& job_;
+    std::int32_t pairCount_;
+    typename Simd::Arrangement arrange_;
+    const std::uint8_t* rows_[mostWholes];
+    // The weights of two rows each, twice over.
+    std::int32_t pairs_[rowsBlended][mostWholes / 2];
+    Quotient quotients_[rowsBlended];
+};
+
+}  // namespace
+}  // namespace zvk::kernels
