@@ -27,8 +27,8 @@ enum class Decision : std::uint8_t {
 // truncates to the same byte as v. Where both ends of the interval truncate to one byte it is the
 // byte of v.
 //
-// With a denominator the weights are whole numbers divided by it, none negative, and the byte is
-// sum(whole * channel) / denominator rounded half up.
+// With a denominator the weights are whole numbers instead, none negative, and the byte is
+// sum(weight * channel) / denominator rounded half up.
 struct BoundedList {
     const float* weights;  // `count` of them
     const ContributionList* exact;

@@ -50,15 +50,14 @@ class WholeBlender {
     using Bytes = typename Simd::Bytes;
 
     static std::int32_t WholeOf(const BoundedList& list, std::int32_t tap) {
-        const auto denominator = static_cast<float>(list.denominator);
-        return static_cast<std::int32_t>(list.weights[tap] * denominator + 0.5F);
+        return static_cast<std::int32_t>(list.weights[tap]);
     }
 
     Bytes Blend(int row, std::int64_t offset) const {
         typename Simd::WholeSums sums(job_.lists[row].denominator / 2);
-        for (std::int32_t pair = 0; pair < pairCount_; ++pair) {
-            sums.Add(Simd::LoadAll(rows_[2 * pair] + offset),
-                     Simd::LoadAll(rows_[2 * pair + 1] + offset),
+        const std::uint8_t* const* rows = rows_;
+        for (std::int32_t pair = 0; pair < pairCount_; ++pair, rows += 2) {
+            sums.Add(Simd::LoadAll(rows[0] + offset), Simd::LoadAll(rows[1] + offset),
                      Simd::BroadcastPair(pairs_[row][pair]));
         }
         return arrange_(sums.DividedBy(quotients_[row]));

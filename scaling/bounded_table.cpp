@@ -142,8 +142,9 @@ std::int32_t DenominatorOf(const ContributionList& list) {
     return 0;
 }
 
-// Chooses how the bytes of a list whose bounds are set are decided.
-void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude) {
+// Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
+void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude,
+                 float* weights) {
     if (bounded.slack != 0.0F) {
         bounded.decision = DecisionFor(list, magnitude);
         return;
@@ -155,6 +156,8 @@ void SetDecision(BoundedList& bounded, const ContributionList& list, double magn
     }
     bounded.decision = Decision::InWholes;
     bounded.denominator = denominator;
+    for (std::int32_t tap = 0; tap < bounded.count; ++tap)
+        weights[tap] = std::nearbyint(weights[tap] * static_cast<float>(denominator));
 }
 
 // Source coordinates from `first` to before `end`.
@@ -216,7 +219,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const Span&
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
-        SetDecision(bounded, list, magnitude);
+        SetDecision(bounded, list, magnitude, weights);
     } else {
         LeaveOpen(bounded);
     }

@@ -1,0 +1,64 @@
+// The calls that faults are tried on: each method on each kind of picture, and what it may give
+// when something it needs is refused.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/reference/image.h"
+#include "tests/support/session.h"
+
+namespace contract {
+
+/// The host and the pictures of a call.
+enum class Scene { Desktop, DesktopMask, DesktopAlphaChannel, Console, ConsoleMask };
+
+enum class MethodCall {
+    ScalingReducing,
+    ScalingEnlarging,
+    ScalingWithYields,
+    Fast,
+    Smooth,
+    ImageAndMaskFast,
+    ImageAndMaskSmooth,
+    Blur,
+    BlurWithYields,
+    Draw,
+};
+
+struct FaultCase {
+    Scene scene;
+    MethodCall call;
+};
+
+std::ostream& operator<<(std::ostream& stream, const FaultCase& faultCase);
+
+/// Every call on every scene.
+std::vector<FaultCase> AllFaultCases();
+
+/// Settings of the scene's host, whose pictures stand against guard pages.
+HostSettings SettingsOf(Scene scene);
+
+/// What a call gave. A drawing gives the picture drawn onto where it succeeds.
+struct Outcome {
+    std::optional<reference::Image> picture;
+    std::optional<reference::Image> mask;  // the picture's, of a result
+    bool sourceIsUnchanged;
+};
+
+/// Makes the pictures of a case, always the same ones, arms the fault with `arm`, calls the method,
+/// disarms it, and lets everything go but what the plugin itself failed to give back.
+Outcome RunCase(Session& session, const FaultCase& faultCase,
+                const std::function<void(Session&)>& arm,
+                const std::function<void(Session&)>& disarm);
+
+/// The outcome of a case without a fault, in a host of its own.
+Outcome WithoutFaults(const FaultCase& faultCase);
+
+/// Whether all pixels are the same, as in a new picture of the host's.
+bool IsBlank(const reference::Image& image);
+
+}  // namespace contract
