@@ -94,11 +94,11 @@ std::uint64_t RefuseInTurn(const FaultCase& faultCase, Refusal refusal) {
     for (std::uint64_t request = 1;; ++request) {
         Session session(SettingsOf(faultCase.scene));
         std::uint64_t refused = 0;
-        const auto arm = [&](Session& armed) {
+        const auto arm = [&](Session& armed, const CasePictures&) {
             refusal == Refusal::One ? armed.allocations().FailOnly(request)
                                     : armed.allocations().FailFrom(request);
         };
-        const auto disarm = [&](Session& armed) {
+        const auto disarm = [&](Session& armed, const CasePictures&) {
             refused = armed.allocations().Refused();
             armed.allocations().GrantAll();
         };

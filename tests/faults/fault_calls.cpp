@@ -95,9 +95,7 @@ HostSettings SettingsOf(Scene scene) {
     return settings;
 }
 
-Outcome RunCase(Session& session, const FaultCase& faultCase,
-                const std::function<void(Session&)>& arm,
-                const std::function<void(Session&)>& disarm) {
+Outcome RunCase(Session& session, const FaultCase& faultCase, const Step& arm, const Step& disarm) {
     Random random(29);
     PictureOptions options = Sized(7, 6);
     options.alphaChannel = faultCase.scene == Scene::DesktopAlphaChannel;
@@ -110,9 +108,13 @@ Outcome RunCase(Session& session, const FaultCase& faultCase,
     if (HasMask(faultCase.scene)) session.host().SetMask(*source, &*mask);
     const reference::Image before = ImageOf(*source);
 
-    arm(session);
+    const bool draws = faultCase.call == MethodCall::Draw;
+    const CasePictures pictures{.receiver = draws ? &*self : &*source,
+                                .drawn = draws ? &*source : nullptr,
+                                .mask = HasMask(faultCase.scene) ? &*mask : nullptr};
+    arm(session, pictures);
     auto result = Call(session, faultCase.call, *source, self);
-    disarm(session);
+    disarm(session, pictures);
 
     Outcome outcome{.picture = std::nullopt,
                     .mask = std::nullopt,
@@ -128,7 +130,7 @@ Outcome RunCase(Session& session, const FaultCase& faultCase,
 
 Outcome WithoutFaults(const FaultCase& faultCase) {
     Session session(SettingsOf(faultCase.scene));
-    const auto nothing = [](Session&) {};
+    const Step nothing = [](Session&, const CasePictures&) {};
     return RunCase(session, faultCase, nothing, nothing);
 }
 

@@ -49,11 +49,18 @@ struct Outcome {
     bool sourceIsUnchanged;
 };
 
+/// The pictures of a call.
+struct CasePictures {
+    Picture* receiver;
+    Picture* drawn;  // only of a drawing
+    Picture* mask;   // of the receiver or of the picture drawn; only where the scene has one
+};
+
+using Step = std::function<void(Session&, const CasePictures&)>;
+
 /// Makes the pictures of a case, always the same ones, arms the fault with `arm`, calls the method,
 /// disarms it, and lets everything go but what the plugin itself failed to give back.
-Outcome RunCase(Session& session, const FaultCase& faultCase,
-                const std::function<void(Session&)>& arm,
-                const std::function<void(Session&)>& disarm);
+Outcome RunCase(Session& session, const FaultCase& faultCase, const Step& arm, const Step& disarm);
 
 /// The outcome of a case without a fault, in a host of its own.
 Outcome WithoutFaults(const FaultCase& faultCase);

@@ -95,12 +95,12 @@ class ServiceFaults : public ::testing::TestWithParam<FaultCase> {
         const FaultCase& faultCase = GetParam();
         Session session(SettingsOf(faultCase.scene));
         std::uint64_t calls = 0;
-        const auto arm = [&](Session& armed) {
+        const auto arm = [&](Session& armed, const CasePictures&) {
             armed.host().Failing().ForgetCalls();
             onlyOnce ? armed.host().Failing().FailOnly(service, call)
                      : armed.host().Failing().FailFrom(service, call);
         };
-        const auto disarm = [&](Session& armed) {
+        const auto disarm = [&](Session& armed, const CasePictures&) {
             calls = armed.host().Calls(service);
             armed.host().Failing().RestoreAll();
         };
@@ -184,12 +184,12 @@ TEST(PairsOfFaults, LeaveTheSourceAndTheHostAsTheyWere) {
         Session session(SettingsOf(faultCase.scene));
         const Outcome found = RunCase(
             session, faultCase,
-            [&](Session& armed) {
+            [&](Session& armed, const CasePictures&) {
                 armed.host().Failing().ForgetCalls();
                 Arm(armed, first);
                 Arm(armed, second);
             },
-            [](Session& armed) {
+            [](Session& armed, const CasePictures&) {
                 armed.host().Failing().RestoreAll();
                 armed.allocations().GrantAll();
             });

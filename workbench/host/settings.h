@@ -10,6 +10,8 @@
 
 namespace workbench {
 
+class Picture;
+
 /// Which runtime the host stands for: it decides what a new picture's memory is.
 enum class Runtime {
     Console,  // truecolor libgd images
@@ -42,6 +44,10 @@ struct HostSettings {
 
     /// A picture of more bytes of pixels than this cannot be made.
     std::size_t maximumPictureBytes = std::size_t{1} << 31U;
+
+    /// Called with each picture that the plugin had made, before it learns of it: lets tests make a
+    /// host whose new pictures are not what was asked for. Must not throw.
+    std::function<void(Picture& picture)> onNewPicture = {};
 
     /// Called by the host's destructor with a report when objects, references or locks are left
     /// over or handles were misused. Without a function the report goes to standard error and

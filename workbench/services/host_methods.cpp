@@ -77,6 +77,7 @@ void ConstructorMethod(REALpicture picture, REALinteger width, REALinteger heigh
         options.height = static_cast<int>(height);
         options.alphaChannel = true;
         instance->Construct(options, host.Settings());
+        if (host.Settings().onNewPicture) host.Settings().onNewPicture(*instance);
     });
 }
 

@@ -25,6 +25,7 @@ REALpicture MakePlainPicture(Host& host, REALinteger width, REALinteger height, 
     try {
         auto picture = std::make_unique<Picture>();
         picture->Construct(options, host.Settings());
+        if (host.Settings().onNewPicture) host.Settings().onNewPicture(*picture);
         return host.Objects().Keep(std::move(picture), origin).Release();
     } catch (const std::bad_alloc&) {
         return nullptr;
