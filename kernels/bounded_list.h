@@ -23,9 +23,9 @@ enum class Decision : std::uint8_t {
 // The weights of one destination coordinate, one per source coordinate from `first` on.
 //
 // Let v be the value that the definition truncates to a byte. For every order of summation in
-// single precision, fused or not, bias + sum(weight * channel) lies in [v', v' + slack], where v'
-// truncates to the same byte as v. Where both ends of the interval truncate to one byte it is the
-// byte of v.
+// single precision, fused or not, [t, t + slack] with t = bias + sum(weight * channel) holds some
+// v' that truncates to the same byte as v. Where both ends of the interval truncate to one byte it
+// is the byte of v.
 //
 // With a denominator the weights are whole numbers instead, none negative, and the byte is
 // sum(weight * channel) / denominator rounded half up.
@@ -40,7 +40,9 @@ struct BoundedList {
     std::int32_t denominator;  // 0 if there is none
 };
 
-// Lists with a denominator have at most this many weights.
+// Lists with a denominator have at most this many weights and that denominator at most, so that
+// sums of bytes times weights, and half a denominator, stay below 2^15. Weights are below 128.
 inline constexpr std::int32_t mostWholes = 32;
+inline constexpr std::int32_t greatestDenominator = 128;
 
 }  // namespace zvk::kernels

@@ -2,10 +2,10 @@
 // Included by the files that instantiate it and by nothing else; everything here is internal to
 // each of them.
 //
-// Exactness: sums are formed in single precision, in any order, fused or not. A
-// list's bounds say between which two values the definition's sum lies; where both truncate to one
-// byte, that is it. Open bytes are decided without any rounding where a list fits two sums, and by
-// the definition elsewhere, whose products are rounded to single precision.
+// Exactness: sums are formed in single precision, in any order, fused or not. A list's bounds say
+// between which two values the definition's sum lies; where both truncate to one byte, that is it.
+// Open bytes are decided without any rounding where a list fits two sums, and by the definition
+// elsewhere, whose products are rounded to single precision.
 #pragma once
 
 #include <algorithm>
@@ -100,13 +100,12 @@ class ColumnBlender {
     // lists and where its values lie from `offset` on.
     template <typename Add>
     void ForEachTap(std::int64_t offset, Add add) const {
-        const auto* row = first_ + offset;
-        std::int32_t tap = 0;
-        for (; tap < beforeEnd_; ++tap, row += rows_.stride)
-            add(tap, row);
-        row = rows_.places + offset;
-        for (; tap < count_; ++tap, row += rows_.stride)
-            add(tap, row);
+        const auto* const beforeEnd = first_ + offset;
+        for (std::int32_t tap = 0; tap < beforeEnd_; ++tap)
+            add(tap, beforeEnd + tap * rows_.stride);
+        const auto* const begin = rows_.places + offset;
+        for (std::int32_t tap = beforeEnd_; tap < count_; ++tap)
+            add(tap, begin + (tap - beforeEnd_) * rows_.stride);
     }
 
     static Floats LoadPart(const std::uint8_t* bytes) { return Simd::LoadBytes(bytes); }

@@ -35,8 +35,8 @@ struct RowResampling {
 inline constexpr int rowsBlended = 2;
 
 // A job of blending the rows that lists name into a row each; lists that are served together begin
-// at one row and have as many weights. Rows have `rowPadding` bytes behind them or are at
-// least that long, and as many numbers.
+// at one row, have as many weights, and are all in whole numbers or none of them is. Rows have
+// `rowPadding` bytes behind them or are at least that long, and as many numbers.
 struct ColumnBlending {
     PixelRows rows;
     // The bytes of the same rows as numbers, or no places at all.

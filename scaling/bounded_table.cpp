@@ -3,7 +3,7 @@
 // Let w be a list's weights, W their sum, A = sum |w / W|, n the number of weights and u = 2^-24.
 // The definition truncates v = sum(c w) / W + 0.5, formed in double, with products rounded to
 // single precision down a column. The kernels form t = bias + sum(c fl(w / W)) in single precision.
-// They differ by at most
+// They differ by at most, and each from the true mean by less,
 //   255 A u          from rounding the weights,
 //   255 A u          from rounding the definition's products,
 //   255 A u          from rounding the kernels' products where they are not fused,
@@ -36,11 +36,6 @@ double ErrorBound(double magnitude, std::int32_t count) {
     return (count + 8.0) * unitRoundoff * (255.0 * magnitude + 1.0);
 }
 
-bool IsPowerOfTwo(double value) {
-    int exponent = 0;
-    return value > 0.0 && std::frexp(value, &exponent) == 0.5;
-}
-
 // Whether both the definition and the kernels compute the list's sums without rounding: all
 // normalised weights are multiples of one power of two q, and no sum reaches 2^24 q.
 bool IsExact(const ContributionList& list, double magnitude) {
@@ -68,6 +63,7 @@ void SetBounds(BoundedList& bounded, const ContributionList& list, double magnit
         bounded.slack = 0.0F;
         return;
     }
+    // The error bounds how far either value lies from the true mean, which keeps away from halves.
     if (error < DistanceFromHalves(list)) {
         bounded.bias = 0.5F;
         bounded.slack = 0.0F;
@@ -88,10 +84,11 @@ void LeaveOpen(BoundedList& bounded) {
 constexpr double greatestMagnitude = 64.0;
 constexpr std::int32_t longestBounded = 4096;
 
-// Whether the definition's products add up without rounding in two sums. The first stays below 2^10
-// and has units of 2^-12; of each product, 2^-13 at most is left, and that is a multiple of the
-// last place of its weight: up to 8 of these fit a number of 24 bits if that place is 2^-34 or
-// more. Normalising by a power of two rounds nothing.
+// Whether the definition's products add up without rounding in two sums. The first has units of
+// 2^-12 and stays within 255 * 3.9 + 0.5 + 8 * 2^-13 < 2^10 of the middle of a range where these
+// are the last place. Of each product, 2^-13 at most is left, and that is a multiple of the last
+// place of its weight: up to 8 of these are at most 2^-10, which has 24 bits if that place is 2^-34
+// or more. Normalising by a power of two rounds nothing, since nothing here is subnormal.
 bool FitsTwoSums(const ContributionList& list, double magnitude) {
     constexpr std::int32_t most = 8;
     constexpr float least = 0x1p-11F;
@@ -127,12 +124,15 @@ bool HasDenominator(const ContributionList& list, std::int32_t denominator, doub
 
 // The denominator of a list that is settled without slack. Such a list is exact, a plain mean, or
 // has an odd denominator and so no halves to decide; its weights deviate from multiples so little
-// that their bytes are those of the multiples.
+// that their bytes are those of the multiples: 32 weights by 1e-5 each, times 255, make 0.09 of a
+// step, and a half is half a step away. Powers of two are tried in ascending order, so that some
+// multiple is odd and none is the denominator itself, which for 128 would not fit a signed byte.
 std::int32_t DenominatorOf(const ContributionList& list) {
-    constexpr std::int32_t greatest = 128;
     constexpr double closeEnough = 1e-5;
-    if (IsPlainMean(list)) return list.count <= greatest ? list.count : 0;
-    for (std::int32_t denominator = 2; denominator <= greatest; denominator *= 2) {
+    if (list.count > kernels::mostWholes) return 0;
+    if (IsPlainMean(list)) return list.count;
+    for (std::int32_t denominator = 2; denominator <= kernels::greatestDenominator;
+         denominator *= 2) {
         if (HasDenominator(list, denominator, 0.0)) return denominator;
     }
     if (!(DistanceFromHalves(list) > 0.0)) return 0;
@@ -142,22 +142,33 @@ std::int32_t DenominatorOf(const ContributionList& list) {
     return 0;
 }
 
-// Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
-void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude,
-                 float* weights) {
-    if (bounded.slack != 0.0F) {
-        bounded.decision = DecisionFor(list, magnitude);
-        return;
-    }
+// Has a list served in whole numbers, if it can be. `weights` are its own.
+void ServeInWholes(BoundedList& bounded, const ContributionList& list, float* weights) {
     const std::int32_t denominator = DenominatorOf(list);
     if (denominator < 2 || bounded.count > kernels::mostWholes ||
         !Quotient::Exists(denominator, denominator / 2)) {
         return;
     }
-    bounded.decision = Decision::InWholes;
-    bounded.denominator = denominator;
+    // Sums of channels times wholes stay below 2^15 only if the wholes add up to the denominator.
+    // They do: the weights' sum, rounded as it is, divides them.
+    float sum = 0.0F;
+    for (std::int32_t tap = 0; tap < bounded.count; ++tap)
+        sum += std::nearbyint(weights[tap] * static_cast<float>(denominator));
+    if (sum != static_cast<float>(denominator)) return;
     for (std::int32_t tap = 0; tap < bounded.count; ++tap)
         weights[tap] = std::nearbyint(weights[tap] * static_cast<float>(denominator));
+    bounded.decision = Decision::InWholes;
+    bounded.denominator = denominator;
+}
+
+// Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
+void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude,
+                 float* weights) {
+    if (bounded.slack != 0.0F) {
+        bounded.decision = DecisionFor(list, magnitude);
+    } else {
+        ServeInWholes(bounded, list, weights);
+    }
 }
 
 // Source coordinates from `first` to before `end`.
@@ -181,8 +192,8 @@ std::optional<Span> CommonSpan(const ContributionList& list, const ContributionL
     const Span others = SpanOf(next);
     const Span both{.first = std::min(own.first, others.first),
                     .end = std::max(own.end, others.end)};
-    const std::int32_t longest = std::max(own.count(), others.count());
-    if (both.count() > longest + std::max(longest / 4, 1)) return {};
+    const std::int64_t longest = std::max(own.count(), others.count());
+    if (both.count() > longest + std::max<std::int64_t>(longest / 4, 1)) return {};
     if (CopiedPixel(list) || CopiedPixel(next)) return {};
     return both;
 }

@@ -46,6 +46,11 @@ bool IsPlainMean(const ContributionList& list) {
                        [](const Contribution& entry) { return entry.weight == 1.0F; });
 }
 
+bool IsPowerOfTwo(double value) {
+    int exponent = 0;
+    return value > 0.0 && std::frexp(value, &exponent) == 0.5;
+}
+
 // Where all normalised weights are multiples of 1 / q and q is odd, so are the means, and the
 // nearest to a half is 0.5 / q away. What the weights deviate from that counts 255 times at most.
 double DistanceFromHalves(const ContributionList& list) {

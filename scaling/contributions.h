@@ -49,6 +49,9 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 // Whether all weights of a list of neighbouring pixels are 1, so that it gives their mean.
 bool IsPlainMean(const ContributionList& list);
 
+// Whether a value is a power of two, and so divides without rounding.
+bool IsPowerOfTwo(double value);
+
 // Odd denominators of weights are looked for up to here.
 inline constexpr int greatestOddDenominator = 9;
 

@@ -35,11 +35,6 @@ constexpr std::int64_t longestWithFullDigit = 512;
 constexpr std::int32_t fullFineShift = 15;
 constexpr std::int32_t shortFineShift = 11;
 
-bool IsPowerOfTwo(double value) {
-    int exponent = 0;
-    return value > 0.0 && std::frexp(value, &exponent) == 0.5;
-}
-
 std::span<const Contribution> EntriesOf(const ContributionList& list) {
     return {list.entries, static_cast<std::size_t>(list.count)};
 }
@@ -114,6 +109,7 @@ void SetCoarseBounds(FixedList& fixed, const Remainders& remainders, double erro
         fixed.slack = 0;
         return;
     }
+    // Where means keep away from halves by more than either value lies from them.
     if (reach < std::ldexp(DistanceFromHalves(exact), fixed.shift)) {
         fixed.bias = half;
         fixed.slack = 0;

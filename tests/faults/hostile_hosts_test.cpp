@@ -23,11 +23,11 @@ struct Lie {
     bool staysLocked = false;  // deliberate, and the host's affair
 };
 
-Lie Described(const char* name, std::function<void(REALpictureDescription&)> alter) {
+Lie Described(const char* name, const std::function<void(REALpictureDescription&)>& alter) {
     return {name, [alter](Picture& picture) { picture.alterDescription = alter; }};
 }
 
-Lie InContext(const char* name, std::function<void(BitmapContext&)> alter) {
+Lie InContext(const char* name, const std::function<void(BitmapContext&)>& alter) {
     return {name, [alter](Picture& picture) {
                 if (picture.Context() != nullptr) alter(*picture.Context());
             }};

@@ -478,6 +478,8 @@ TEST(BoundedLists, AreInWholesWhereWeightsHaveASmallDenominator) {
     EXPECT_EQ(denominatorOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F), 0) << "makes halves";
     EXPECT_EQ(denominatorOf({{0.3F, 0}, {0.7F, 1}}, 1.0F), 0);
     EXPECT_EQ(denominatorOf({{0.5F, 0}, {0.5F, 40}}, 1.0F), 0) << "is too long";
+    EXPECT_EQ(denominatorOf({{0.875F, 0}, {0.875F, 1}, {0.875F, 2}}, 1.0F), 0)
+        << "adds up to more than the weights' sum says";
 }
 
 TEST(BoundedLists, NameTheSameRowsAsTheirNeighboursWhereThatCostsLittle) {
