@@ -14,10 +14,10 @@ struct RowAveraging {
     ChannelOrder sourceOrder;
     std::int64_t sourceWidth;  // in pixels; 0 gives black
     // The first source pixel of each block, none before that of the block left of it.
-    const std::int32_t* starts;  // they ascend
-    std::int64_t boxWidth;       // pixels of a block; blocks lie inside the row
-    std::int64_t boxHeight;      // how often the row counts; 0 gives black
-    bool rounded;                // whether means are rounded half up instead of truncated
+    const std::int32_t* starts;
+    std::int64_t boxWidth;   // pixels of a block; blocks lie inside the row
+    std::int64_t boxHeight;  // how often the row counts; 0 gives black
+    bool rounded;            // whether means are rounded half up instead of truncated
     ChannelOrder order;
     std::int64_t width;  // in pixels
     std::uint8_t* destination;
