@@ -11,6 +11,7 @@
 #include <string>
 
 #include "tests/reference/image.h"
+#include "tests/support/random.h"
 #include "workbench/pictures/color.h"
 #include "workbench/pictures/picture.h"
 
@@ -44,11 +45,6 @@ std::string Excerpt(const reference::Image& image, Position around) {
 }
 
 }  // namespace
-
-std::int64_t Random::Between(std::int64_t lowest, std::int64_t highest) {
-    const auto range = static_cast<std::uint64_t>(highest - lowest) + 1;
-    return lowest + static_cast<std::int64_t>(engine_() % range);
-}
 
 void FillRandomly(workbench::Picture& picture, Random& random) {
     const std::uint32_t bits = picture.Layout() == workbench::consoleLayout ? 0x7FFFFFFFU : ~0U;

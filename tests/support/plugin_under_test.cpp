@@ -4,27 +4,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <stdexcept>
+
+#include "tests/support/machine_levels.h"
 
 namespace contract {
-
-namespace {
-
-constexpr int skippedStatus = 77;
-
-bool MachineOffers(const std::string& level) {
-    if (level == "baseline") return true;
-    if (level == "sse41") return __builtin_cpu_supports("sse4.1") != 0;
-    if (level == "avx2") return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    if (level == "avx512") {
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-               __builtin_cpu_supports("avx512vnni");
-    }
-    throw std::invalid_argument("there is no level " + level);
-}
-
-}  // namespace
 
 std::string PluginUnderTest() {
     const char* level = std::getenv("ZVK_TEST_LEVEL");
