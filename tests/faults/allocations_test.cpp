@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <string>
+#include <iostream>
 #include <vector>
 
 #include "tests/faults/fault_calls.h"
@@ -113,13 +113,18 @@ std::uint64_t RefuseInTurn(const FaultCase& faultCase, Refusal refusal) {
     }
 }
 
-class AllocationFaults : public ::testing::TestWithParam<FaultCase> {};
+class AllocationFaults : public ::testing::TestWithParam<FaultCase> {
+  protected:
+    static void TearDownTestSuite() { std::cout << refusedInAll << " requests refused\n"; }
+
+    static inline std::uint64_t refusedInAll = 0;
+};
 
 TEST_P(AllocationFaults, GiveAResultOfShortMemoryAndLoseNothing) {
     const FaultCase& faultCase = GetParam();
     const std::uint64_t one = RefuseInTurn(faultCase, Refusal::One);
     const std::uint64_t all = RefuseInTurn(faultCase, Refusal::AllFromThere);
-    RecordProperty("refused", std::to_string(one + all));
+    refusedInAll += one + all;
     const bool asksForMemory = faultCase.call != MethodCall::Draw &&
                                faultCase.call != MethodCall::Fast &&
                                faultCase.call != MethodCall::ImageAndMaskFast;

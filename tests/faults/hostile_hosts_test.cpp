@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -121,6 +122,10 @@ enum class Liar { Receiver, Mask, Drawn, NewPicture };
 
 class HostileHosts : public ::testing::TestWithParam<FaultCase> {
   protected:
+    static void TearDownTestSuite() { std::cout << toldInAll << " lies told\n"; }
+
+    static inline int toldInAll = 0;
+
     static bool OnConsole() {
         return GetParam().scene == Scene::Console || GetParam().scene == Scene::ConsoleMask;
     }
@@ -167,7 +172,7 @@ TEST_P(HostileHosts, HaveNothingTouchedOutsideTheirPicturesAndLoseNothing) {
         }
     }
     EXPECT_GT(told, 30);
-    RecordProperty("told", told);
+    toldInAll += told;
 }
 
 INSTANTIATE_TEST_SUITE_P(Methods, HostileHosts, ::testing::ValuesIn(AllFaultCases()),
