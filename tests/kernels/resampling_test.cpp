@@ -7,6 +7,7 @@
 #include <array>
 #include <memory>
 #include <random>
+#include <string>
 
 #include "scaling/bounded_table.h"
 #include "scaling/contributions.h"
@@ -82,6 +83,8 @@ class ResamplingKernels : public EveryLevel {
   protected:
     void CheckRows(const Lengths& lengths, const ChannelOrder& order, Picture picture, Guard guard);
     void CheckColumns(const Lengths& lengths, std::int64_t width, Picture picture);
+    void CheckBlend(const BoundedTable& bounded, const ContributionList& list,
+                    const PixelRows& rows, std::int64_t width);
 
     std::mt19937 random{20240229};
 };
@@ -236,6 +239,25 @@ ContributionList ListOf(std::vector<Contribution>& entries, float weightSum) {
             .weightSum = weightSum};
 }
 
+// The first list of a table on its own.
+void ResamplingKernels::CheckBlend(const BoundedTable& bounded, const ContributionList& list,
+                                   const PixelRows& rows, std::int64_t width) {
+    const auto size = static_cast<std::size_t>(width * bytesPerPixelWord);
+    std::vector<std::uint8_t> found(size);
+    std::vector<std::uint8_t> expected(size);
+    kernels().blendRows({.rows = rows,
+                         .numbers = {},
+                         .rowOrder = layouts::console,
+                         .lists = bounded.lists(),
+                         .listCount = 1,
+                         .order = layouts::colourFirst,
+                         .width = width,
+                         .destinations = {found.data()},
+                         .streams = false});
+    ResampleColumns(rows, layouts::console, list, layouts::colourFirst, width, expected.data());
+    ASSERT_EQ(found, expected);
+}
+
 // Whole weights over every denominator, all lengths that are served so.
 TEST_P(ResamplingKernels, RoundQuotientsOfWholeSumsAsTheDefinitionDoes) {
     constexpr std::int64_t width = 41;
@@ -263,20 +285,8 @@ TEST_P(ResamplingKernels, RoundQuotientsOfWholeSumsAsTheDefinitionDoes) {
             inWholes += bounded.IsInWholes(0) ? 1 : 0;
             for (const Picture picture : pictures) {
                 Fill(rows, picture, random);
-                std::vector<std::uint8_t> found(4 * width);
-                std::vector<std::uint8_t> expected(4 * width);
-                kernels().blendRows({.rows = places,
-                                     .numbers = {},
-                                     .rowOrder = layouts::console,
-                                     .lists = bounded.lists(),
-                                     .listCount = 1,
-                                     .order = layouts::colourFirst,
-                                     .width = width,
-                                     .destinations = {found.data()},
-                                     .streams = false});
-                ResampleColumns(places, layouts::console, lists[0], layouts::colourFirst, width,
-                                expected.data());
-                ASSERT_EQ(found, expected) << denominator << " with " << count << " weights";
+                SCOPED_TRACE(std::to_string(denominator) + " with " + std::to_string(count));
+                CheckBlend(bounded, lists[0], places, width);
             }
         }
     }
@@ -304,20 +314,8 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
         BoundedTable bounded;
         ASSERT_TRUE(bounded.Build(lists));
         Fill(rows, pictures[static_cast<std::size_t>(round) % pictures.size()], random);
-        std::vector<std::uint8_t> found(4 * width);
-        std::vector<std::uint8_t> expected(4 * width);
-        kernels().blendRows({.rows = places,
-                             .numbers = {},
-                             .rowOrder = layouts::console,
-                             .lists = bounded.lists(),
-                             .listCount = 1,
-                             .order = layouts::console,
-                             .width = width,
-                             .destinations = {found.data()},
-                             .streams = false});
-        ResampleColumns(places, layouts::console, lists[0], layouts::console, width,
-                        expected.data());
-        ASSERT_EQ(found, expected) << "round " << round;
+        SCOPED_TRACE("round " + std::to_string(round));
+        CheckBlend(bounded, lists[0], places, width);
     }
 }
 
