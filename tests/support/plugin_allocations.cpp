@@ -172,8 +172,7 @@ void MakeWritable(void* address) {
 
 }  // namespace
 
-PluginAllocations::PluginAllocations(const void* functionOfThePlugin)
-    : blocksBefore_(Blocks().size()) {
+PluginAllocations::PluginAllocations(const void* functionOfThePlugin) : blocksBefore_(Blocks()) {
     if (watch != nullptr) throw std::logic_error("the plugin's memory is being watched already");
     watch = this;
     Patch(functionOfThePlugin);
@@ -228,14 +227,21 @@ void PluginAllocations::GrantAll() {
 }
 
 std::size_t PluginAllocations::LiveBlocks() const {
-    return Blocks().size() - blocksBefore_;
+    return Blocks().size() - blocksBefore_.size();
+}
+
+void PluginAllocations::FreeKept() {
+    for (const void* block : Blocks()) {
+        if (!blocksBefore_.contains(block)) std::free(const_cast<void*>(block));
+    }
+    Blocks() = blocksBefore_;
 }
 
 bool PluginAllocations::Grants(std::size_t size) {
     ++requests_;
     sizes_.push_back(size);
-    const bool refuses =
-        firstRefused_ != 0 && requests_ >= firstRefused_ && requests_ <= lastRefused_;
+    const bool refuses = size > mostGranted_ || (firstRefused_ != 0 && requests_ >= firstRefused_ &&
+                                                 requests_ <= lastRefused_);
     if (refuses) ++refused_;
     return !refuses;
 }

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <unordered_set>
 #include <vector>
 
 namespace contract {
@@ -27,6 +29,10 @@ class PluginAllocations {
     /// Counts requests from 1 again and grants all.
     void GrantAll();
 
+    /// From now on refuses every request for more bytes than this, besides those that are refused
+    /// by their number: a machine with little memory.
+    void RefuseAbove(std::size_t bytes) { mostGranted_ = bytes; }
+
     /// Requests since counting began, and how many of them were refused.
     std::uint64_t Requests() const { return requests_; }
     std::uint64_t Refused() const { return refused_; }
@@ -36,6 +42,11 @@ class PluginAllocations {
 
     /// Blocks that the plugin has and has not given back.
     std::size_t LiveBlocks() const;
+
+    /// Frees the blocks that the plugin has not given back, which nothing may use any more: what a
+    /// registration keeps for good would pile up in a process that loads plugins all day. They must
+    /// be of the C allocator.
+    void FreeKept();
 
     /// Called by the stand-ins for the allocator's functions.
     bool Grants(std::size_t size);
@@ -49,11 +60,12 @@ class PluginAllocations {
         void* original;
     };
     std::vector<PatchedImport> patched_;
-    std::size_t blocksBefore_;  // kept for good by libraries that were watched earlier
+    std::unordered_set<const void*> blocksBefore_;  // kept by libraries that were watched earlier
     std::uint64_t requests_ = 0;
     std::uint64_t refused_ = 0;
     std::uint64_t firstRefused_ = 0;  // 0: none
     std::uint64_t lastRefused_ = 0;
+    std::size_t mostGranted_ = std::numeric_limits<std::size_t>::max();
     std::vector<std::size_t> sizes_;
 };
 

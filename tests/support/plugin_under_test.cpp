@@ -1,4 +1,4 @@
-// The choice of the plugin's build by the environment.
+// The choice of the plugin's build by level, or by the environment.
 #include "tests/support/plugin_under_test.h"
 
 #include <cstdlib>
@@ -9,6 +9,12 @@
 
 namespace contract {
 
+std::string PluginOfLevel(const std::string& level) {
+    const std::filesystem::path shipped = ZVK_PLUGIN;
+    return shipped.parent_path() /
+           (shipped.stem().string() + "_" + level + shipped.extension().string());
+}
+
 std::string PluginUnderTest() {
     const char* level = std::getenv("ZVK_TEST_LEVEL");
     if (level == nullptr) return ZVK_PLUGIN;
@@ -16,9 +22,7 @@ std::string PluginUnderTest() {
         std::cout << "this machine does not offer " << level << "\n";
         std::exit(skippedStatus);
     }
-    const std::filesystem::path shipped = ZVK_PLUGIN;
-    return shipped.parent_path() /
-           (shipped.stem().string() + "_" + level + shipped.extension().string());
+    return PluginOfLevel(level);
 }
 
 }  // namespace contract

@@ -25,7 +25,12 @@ HostSettings Reporting(HostSettings settings) {
 }  // namespace
 
 Session::Session(HostSettings settings, const std::function<void(Session&)>& prepare)
-    : library_(workbench::OpenSharedLibrary(PluginUnderTest())),
+    : Session(workbench::OpenSharedLibrary(PluginUnderTest()), std::move(settings), prepare) {
+}
+
+Session::Session(std::unique_ptr<workbench::PluginLibrary> library, HostSettings settings,
+                 const std::function<void(Session&)>& prepare)
+    : library_(std::move(library)),
       host_(std::make_unique<Host>(Reporting(std::move(settings)))),
       allocations_(std::make_unique<PluginAllocations>(
           reinterpret_cast<const void*>(library_->EntryPoint()))) {
@@ -39,8 +44,9 @@ Session::Session(HostSettings settings, const std::function<void(Session&)>& pre
 
 Session::~Session() {
     EXPECT_EQ(allocations_->LiveBlocks(), blocksKept_) << "blocks of working memory before and now";
-    allocations_.reset();
     host_.reset();
+    allocations_->FreeKept();
+    allocations_.reset();
 }
 
 Held<Picture> Session::Scaling(REALpicture picture, std::int64_t mode, std::int64_t width,

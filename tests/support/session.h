@@ -33,6 +33,10 @@ class Session {
     /// `prepare` is run before the plugin is loaded.
     explicit Session(HostSettings settings = {},
                      const std::function<void(Session&)>& prepare = nullptr);
+
+    /// The same with a library of the caller's choice instead of the plugin under test.
+    Session(std::unique_ptr<workbench::PluginLibrary> library, HostSettings settings,
+            const std::function<void(Session&)>& prepare = nullptr);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
