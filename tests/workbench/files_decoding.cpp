@@ -242,5 +242,69 @@ TEST(Decoding, PicturesLargerThanTheLimitAreRefusedUnread) {
     }
 }
 
+// A decoder may find a size where the header was not followed: what would be taken then is not
+// bounded by what the header was believed to say.
+
+TEST(Decoding, SizesThatOnlyTheDecoderWouldFindAreRefused) {
+    const TemporaryFolder folder;
+    const std::string noSize = "(its header gives no size)";
+    const GdImage image = MakeImage(100, 50, false);
+    for (const std::string extension : {".png", ".jpg", ".tiff"})
+        WriteImage(*image, folder / ("a" + extension));
+
+    std::string png = ReadBytes(folder / "a.png");
+    constexpr std::size_t signature = 8;
+    png.insert(signature, PngChunk("tEXt", std::string("\0\0\0\1\0\0\0\1", 8)));
+    WriteBytes(folder / "text first", png);
+    EXPECT_THAT(ErrorOf(folder / "text first", 4), HasSubstr("is a damaged PNG file " + noSize));
+
+    std::string jpeg = ReadBytes(folder / "a.jpg");
+    constexpr std::size_t firstSegment = 2 + 18;
+    jpeg.insert(firstSegment, 1, '\0');
+    WriteBytes(folder / "stray byte", jpeg);
+    EXPECT_THAT(ErrorOf(folder / "stray byte", 4), HasSubstr("is a damaged JPEG file " + noSize));
+
+    std::string tiff = ReadBytes(folder / "a.tiff");
+    const std::size_t width = tiff.find(std::string("\0\1\3\0\1\0\0\0", 8));
+    ASSERT_NE(width, std::string::npos);
+    constexpr char eightBytes = 16;
+    tiff[width + 2] = eightBytes;
+    WriteBytes(folder / "wide number", tiff);
+    EXPECT_THAT(ErrorOf(folder / "wide number", 4), HasSubstr("is a damaged TIFF file " + noSize));
+}
+
+TEST(Decoding, RestartMarkersBeforeTheSizeOfAJpegArePassedOver) {
+    const TemporaryFolder folder;
+    WriteImage(*MakeImage(100, 50, false), folder / "a.jpg");
+    std::string bytes = ReadBytes(folder / "a.jpg");
+    constexpr std::size_t firstSegment = 2 + 18;
+    bytes.insert(firstSegment, "\xff\xd3");
+    WriteBytes(folder / "b.jpg", bytes);
+    EXPECT_THAT(ErrorOf(folder / "b.jpg", 4), HasSubstr("is too large: 100 x 50 pixels"));
+}
+
+TEST(Decoding, TheLargerOfTwoSizesInATiffCounts) {
+    const TemporaryFolder folder;
+    WriteImage(*MakeImage(100, 50, false), folder / "a.tiff");
+    std::string bytes = ReadBytes(folder / "a.tiff");
+    // The entry behind the height's becomes another one of the height.
+    const std::size_t height = bytes.find(std::string("\1\1\3\0\1\0\0\0", 8));
+    ASSERT_NE(height, std::string::npos);
+    bytes.replace(height + 12, 12, std::string("\1\1\3\0\1\0\0\0\5\0\0\0", 12));
+    WriteBytes(folder / "b.tiff", bytes);
+    EXPECT_THAT(ErrorOf(folder / "b.tiff", 4), HasSubstr("is too large: 100 x 50 pixels"));
+}
+
+// Each entry would otherwise be looked for behind the end of the file.
+TEST(Decoding, ATiffThatClaimsMoreEntriesThanItHasIsFollowedToItsEnd) {
+    const TemporaryFolder folder;
+    const std::string bytes(
+        "II*\0\x8\0\0\0\xff\xff\0\1\4\0\1\0\0\0\x40\x9c\0\0"
+        "\1\1\4\0\1\0\0\0\x40\x9c\0\0\0\1",
+        36);
+    WriteBytes(folder / "a.tiff", bytes);
+    EXPECT_THAT(ErrorOf(folder / "a.tiff", 4), HasSubstr("is too large: 40000 x 40000 pixels"));
+}
+
 }  // namespace
 }  // namespace workbench

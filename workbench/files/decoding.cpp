@@ -82,6 +82,9 @@ ImageHeader CheckedHeader(const std::filesystem::path& file, std::size_t maximum
     const std::optional<ImageHeader> header = ReadImageHeader(file);
     if (!header)
         throw FileError(file, "is not an image (PNG, JPEG, GIF, BMP, WebP and TIFF are known)");
+    // The decoder might find a size where the header was not followed, and take memory for it.
+    if (header->width == 0 || header->height == 0)
+        FailAsDamaged(file, header->format, "its header gives no size");
     constexpr double bytesPerPixel = 4.0;
     const double bytes =
         static_cast<double>(header->width) * static_cast<double>(header->height) * bytesPerPixel;

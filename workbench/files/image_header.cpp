@@ -2,6 +2,7 @@
 // file: whatever cannot be followed ends the search, with a size of 0 by 0.
 #include "workbench/files/image_header.h"
 
+#include <algorithm>
 #include <cstring>
 #include <span>
 #include <vector>
@@ -33,6 +34,10 @@ Size JpegSize(ByteSource& source) {
             continue;
         }
         if (marker < 0xFFC0) return {};
+        if (marker >= 0xFFD0 && marker <= 0xFFD7) {  // restart markers have no length
+            position += 2;
+            continue;
+        }
         const bool isTable = marker == 0xFFC4 || marker == 0xFFC8 || marker == 0xFFCC;
         if (marker <= 0xFFCF && !isTable)
             return {source.BigEndian(position + 7, 2), source.BigEndian(position + 5, 2)};
@@ -61,6 +66,12 @@ Size WebPSize(ByteSource& source) {
     return {source.LittleEndian(26, 2) & 0x3FFF, source.LittleEndian(28, 2) & 0x3FFF};
 }
 
+// The header comes first; a decoder that passes over other chunks would find it later, too.
+Size PngSize(ByteSource& source) {
+    if (!StartsWith(source.Bytes(12, 4), "IHDR")) return {};
+    return {source.BigEndian(16, 4), source.BigEndian(20, 4)};
+}
+
 Size TiffSize(ByteSource& source, bool isLittleEndian) {
     const auto number = [&](std::uint64_t position, std::size_t count) {
         return isLittleEndian ? source.LittleEndian(position, count)
@@ -69,16 +80,22 @@ Size TiffSize(ByteSource& source, bool isLittleEndian) {
     constexpr std::uint64_t widthTag = 256;
     constexpr std::uint64_t heightTag = 257;
     constexpr std::uint64_t shortType = 3;
+    constexpr std::uint64_t longType = 4;
     constexpr std::uint64_t entrySize = 12;
     const std::uint64_t directory = number(4, 4);
     const std::uint64_t count = number(directory, 2);
     Size size;
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::uint64_t entry = directory + 2 + i * entrySize;
+        // A short file may claim thousands of entries.
+        if (source.Bytes(entry, entrySize).size() < entrySize) break;
         const std::uint64_t tag = number(entry, 2);
-        const std::uint64_t value = number(entry + 8, number(entry + 2, 2) == shortType ? 2 : 4);
-        if (tag == widthTag) size.width = value;
-        if (tag == heightTag) size.height = value;
+        if (tag != widthTag && tag != heightTag) continue;
+        const std::uint64_t type = number(entry + 2, 2);
+        if (type != shortType && type != longType) return {};
+        // Of two entries the decoder takes one or the other.
+        std::uint64_t& side = tag == widthTag ? size.width : size.height;
+        side = std::max(side, number(entry + 8, type == shortType ? 2 : 4));
     }
     return size;
 }
@@ -111,8 +128,7 @@ std::optional<ImageHeader> ReadImageHeader(const std::filesystem::path& file) {
     using namespace std::string_view_literals;
     ByteSource source(file);
     const std::vector<std::uint8_t> start = source.Bytes(0, 16);
-    if (StartsWith(start, "\x89PNG\r\n\x1a\n"))
-        return Header(ImageFormat::Png, {source.BigEndian(16, 4), source.BigEndian(20, 4)});
+    if (StartsWith(start, "\x89PNG\r\n\x1a\n")) return Header(ImageFormat::Png, PngSize(source));
     if (StartsWith(start, "\xff\xd8\xff")) return Header(ImageFormat::Jpeg, JpegSize(source));
     if (StartsWith(start, "GIF8"))
         return Header(ImageFormat::Gif, {source.LittleEndian(6, 2), source.LittleEndian(8, 2)});
