@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "tests/support/machine_levels.h"
 #include "tests/support/plugin_under_test.h"
 
 namespace fuzz {
