@@ -84,6 +84,8 @@ class ColumnBlender {
         ForEachTap(offset, [&](std::int32_t tap, const auto* values) {
             Repeat<partCount>([&](auto part) {
                 Floats numbers = LoadPart(values + part * Simd::floatCount);
+                // Keeps the compiler from loading the numbers once more for every row: the loads
+                // are what bounds this loop.
                 __asm__("" : "+v"(numbers));
                 Repeat<rowCount>([&](auto row) {
                     const Floats weight = Simd::Broadcast(job_.lists[row].weights[tap]);

@@ -17,8 +17,8 @@ namespace {
 
 enum class Refusal { One, AllFromThere };
 
-// How many columns and rows of `found` are black that are not so in `expected`, if all else is the
-// same; a great number if something else differs.
+// How many columns and rows of `found` are black, if all else is as in `expected`; a great number
+// if something else differs.
 std::int64_t BlackLines(const reference::Image& expected, const reference::Image& found) {
     constexpr std::int64_t tooMany = 1'000'000;
     if (expected.width != found.width || expected.height != found.height) return tooMany;

@@ -39,16 +39,6 @@ const Pixel& Pixels::At(int column, int row) const {
                      static_cast<std::size_t>(column));
 }
 
-reference::Image ImageOf(const workbench::Picture& picture) {
-    reference::Image image(picture.Width(), picture.Height(), picture.Layout());
-    auto next = image.words.begin();
-    for (int y = 0; y < picture.Height(); ++y) {
-        const auto row = picture.Row(y);
-        next = std::copy(row.begin(), row.end(), next);
-    }
-    return image;
-}
-
 Pixels PixelsOf(const reference::Image& image) {
     Pixels result{static_cast<int>(image.width), static_cast<int>(image.height), {}};
     result.pixels.reserve(image.words.size());

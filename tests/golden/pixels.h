@@ -35,9 +35,6 @@ struct Pixels {
     friend bool operator==(const Pixels&, const Pixels&) = default;
 };
 
-/// The picture's words as they are now, in its layout.
-reference::Image ImageOf(const workbench::Picture& picture);
-
 Pixels PixelsOf(const reference::Image& image);
 
 /// The image of the pixels in a layout. A console picture keeps 7 bits of the alpha.

@@ -9,6 +9,7 @@
 #include <utility>
 #include <variant>
 
+#include "tests/support/pixels.h"
 #include "workbench/host/host.h"
 
 namespace golden {
@@ -70,11 +71,11 @@ class Stage {
     }
 
     Inputs Before() const {
-        Inputs inputs{ImageOf(*picture_), std::nullopt, std::nullopt};
-        if (receiver_) inputs.receiver = ImageOf(*receiver_);
-        if (mask_) inputs.mask = ImageOf(*mask_);
+        Inputs inputs{contract::ImageOf(*picture_), std::nullopt, std::nullopt};
+        if (receiver_) inputs.receiver = contract::ImageOf(*receiver_);
+        if (mask_) inputs.mask = contract::ImageOf(*mask_);
         if (case_.layouts.alphaChannel && AlphaFor(case_) == Alpha::Perforated)
-            inputs.mask = ImageOf(*host_->CopyMask(*picture_));
+            inputs.mask = contract::ImageOf(*host_->CopyMask(*picture_));
         return inputs;
     }
 
@@ -170,8 +171,9 @@ class Stage {
         const bool intact = picture.PaddingIsIntact() &&
                             (picture.Mask() == nullptr || picture.Mask()->PaddingIsIntact());
         if (!intact) outcome.failure = "overrun";
-        outcome.results.picture = PixelsOf(ImageOf(picture));
-        if (picture.Mask() != nullptr) outcome.results.mask = PixelsOf(ImageOf(*picture.Mask()));
+        outcome.results.picture = PixelsOf(contract::ImageOf(picture));
+        if (picture.Mask() != nullptr)
+            outcome.results.mask = PixelsOf(contract::ImageOf(*picture.Mask()));
     }
 
     const Case& case_;
