@@ -27,7 +27,8 @@ std::optional<ScaledWeight> ScaleWeight(double weight) {
     if (!(weight >= 0.0 && weight < 1.0)) return std::nullopt;
     const auto below = static_cast<std::int32_t>(weight * 65536.0);
     for (const std::int32_t multiplier : {below, below + 1}) {
-        if (multiplier <= 0xFFFF && ScalesAllBytes(weight, multiplier)) {
+        // 65536, which 16 bits do not hold, would leave 1 as it is; no weight below 1 does.
+        if (ScalesAllBytes(weight, multiplier)) {
             return ScaledWeight{.multiplier = static_cast<std::uint16_t>(multiplier),
                                 .isOne = false};
         }

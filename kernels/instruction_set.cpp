@@ -25,9 +25,9 @@ bool HasAll(unsigned bits, unsigned wanted) {
     return (bits & wanted) == wanted;
 }
 
-// The parts of the register state that the system saves; 0 where it cannot be asked.
-unsigned SavedState(const Leaf& features) {
-    if ((features.ecx & bit_OSXSAVE) == 0) return 0;
+// XGETBV may be executed only where the system has said that it saves more than it must.
+unsigned SavedState(unsigned leaf1Ecx) {
+    if (!HasAll(leaf1Ecx, bit_OSXSAVE)) return 0;
     unsigned low = 0;
     unsigned high = 0;
     __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
@@ -36,23 +36,29 @@ unsigned SavedState(const Leaf& features) {
 
 }  // namespace
 
-InstructionSet DetectInstructionSet() {
+InstructionSet LevelOf(const ProcessorFeatures& features) {
     constexpr unsigned ymmState = 0x06;
     constexpr unsigned zmmState = 0xE6;
-    const Leaf features = Query(1);
-    const Leaf extended = Query(7);
-    if (!HasAll(features.ecx, bit_SSSE3 | bit_SSE4_1)) return InstructionSet::Baseline;
-    const unsigned saved = SavedState(features);
-    if (!HasAll(saved, ymmState) || !HasAll(features.ecx, bit_AVX | bit_FMA) ||
-        !HasAll(extended.ebx, bit_AVX2)) {
+    if (!HasAll(features.leaf1Ecx, bit_SSSE3 | bit_SSE4_1)) return InstructionSet::Baseline;
+    if (!HasAll(features.savedState, ymmState) || !HasAll(features.leaf1Ecx, bit_AVX | bit_FMA) ||
+        !HasAll(features.leaf7Ebx, bit_AVX2)) {
         return InstructionSet::Sse41;
     }
-    if (!HasAll(saved, zmmState) ||
-        !HasAll(extended.ebx, bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL) ||
-        !HasAll(extended.ecx, bit_AVX512VNNI)) {
+    if (!HasAll(features.savedState, zmmState) ||
+        !HasAll(features.leaf7Ebx, bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL) ||
+        !HasAll(features.leaf7Ecx, bit_AVX512VNNI)) {
         return InstructionSet::Avx2;
     }
     return InstructionSet::Avx512;
+}
+
+InstructionSet DetectInstructionSet() {
+    const Leaf basic = Query(1);
+    const Leaf extended = Query(7);
+    return LevelOf({.leaf1Ecx = basic.ecx,
+                    .leaf7Ebx = extended.ebx,
+                    .leaf7Ecx = extended.ecx,
+                    .savedState = SavedState(basic.ecx)});
 }
 
 }  // namespace zvk::kernels

@@ -17,6 +17,19 @@ enum class InstructionSet : std::uint8_t {
 
 inline constexpr int instructionSetCount = 4;
 
+// What a processor says of itself: registers of CPUID, and the parts of the register state that the
+// system saves (XCR0; 0 where it cannot be asked). Intel 64 and IA-32 Architectures Software
+// Developer's Manual, volume 2, CPUID, and volume 1, section 13.3.
+struct ProcessorFeatures {
+    unsigned leaf1Ecx;
+    unsigned leaf7Ebx;
+    unsigned leaf7Ecx;
+    unsigned savedState;
+};
+
+// The highest level that such a processor can run.
+InstructionSet LevelOf(const ProcessorFeatures& features);
+
 // The highest level that this machine can run.
 InstructionSet DetectInstructionSet();
 

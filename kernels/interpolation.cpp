@@ -11,9 +11,9 @@ namespace zvk::kernels {
 
 namespace {
 
-// Rounds half up, as 0.5 has been added before the truncation.
+// Rounds half up, as 0.5 has been added before the truncation. No weight is negative, so 0.5 is the
+// least there is.
 std::uint8_t ToByte(float value) {
-    if (value <= 0.0F) return 0;
     if (value >= 255.0F) return 255;
     return static_cast<std::uint8_t>(value);
 }

@@ -14,17 +14,12 @@ template <typename Simd>
 void InterpolateRowsInVectors(const RowInterpolation& job) {
     const auto nearWeight = Simd::Broadcast(job.nearWeight);
     const auto farWeight = Simd::Broadcast(job.farWeight);
+    static_assert(Simd::floatCount == bytesPerPixelWord, "a vector holds a pixel");
     const std::int64_t count = job.width * bytesPerPixelWord;
-    std::int64_t index = 0;
-    for (; index + Simd::floatCount <= count; index += Simd::floatCount) {
+    for (std::int64_t index = 0; index < count; index += Simd::floatCount) {
         const auto nearPart = Simd::Multiply(Simd::LoadBytes(job.nearRow + index), nearWeight);
         const auto farPart = Simd::Multiply(Simd::LoadBytes(job.farRow + index), farWeight);
         Simd::Store(job.line + index, Simd::Add(nearPart, farPart));
-    }
-    for (; index < count; ++index) {
-        const float nearPart = static_cast<float>(job.nearRow[index]) * job.nearWeight;
-        const float farPart = static_cast<float>(job.farRow[index]) * job.farWeight;
-        job.line[index] = nearPart + farPart;
     }
     float* const behind = job.line + count;
     for (int byte = 0; byte < bytesPerPixelWord; ++byte)

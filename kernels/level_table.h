@@ -19,7 +19,7 @@ namespace {
 // `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Taps` sums of taps along
 // a row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
 template <typename Simd, typename Narrow, typename Taps, typename Words, typename Doubles>
-constexpr KernelTable TableOf(InstructionSet level) {
+consteval KernelTable TableOf(InstructionSet level) {
     constexpr auto interpolateRows = [] {
         if constexpr (Simd::canPermute)
             return InterpolateRowsToPlanes<Simd>;

@@ -25,7 +25,6 @@ std::uint8_t ResampleRowChannel(const std::uint8_t* channel, const ContributionL
     double sum = 0.0;
     for (std::int32_t index = 0; index < list.count; ++index) {
         const Contribution& entry = list.entries[index];
-        if (entry.weight == 0.0F) continue;
         sum += channel[std::int64_t{entry.pixel} * bytesPerPixelWord] *
                static_cast<double>(entry.weight);
     }
@@ -37,7 +36,6 @@ std::uint8_t ResampleColumnChannel(const PixelRows& rows, std::int64_t offset,
     double sum = 0.0;
     for (std::int32_t index = 0; index < list.count; ++index) {
         const Contribution& entry = list.entries[index];
-        if (entry.weight == 0.0F) continue;
         const auto value = static_cast<float>(rows.Row(entry.pixel)[offset]);
         sum += static_cast<double>(value * entry.weight);
     }

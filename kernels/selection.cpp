@@ -1,20 +1,15 @@
 // The choice of a kernel table, once per process.
+#include <array>
+#include <cstddef>
+
 #include "kernels/kernel_table.h"
 
 namespace zvk::kernels {
 
 const KernelTable& KernelsOf(InstructionSet level) {
-    switch (level) {
-        case InstructionSet::Avx512:
-            return avx512Kernels;
-        case InstructionSet::Avx2:
-            return avx2Kernels;
-        case InstructionSet::Sse41:
-            return sse41Kernels;
-        case InstructionSet::Baseline:
-            break;
-    }
-    return baselineKernels;
+    static constexpr std::array<const KernelTable*, instructionSetCount> tables = {
+        &baselineKernels, &sse41Kernels, &avx2Kernels, &avx512Kernels};
+    return *tables[static_cast<std::size_t>(level)];
 }
 
 const KernelTable& SelectedKernels() {

@@ -40,8 +40,11 @@ struct WideWords {
 
         WideWords operator()(WideWords values) const {
             const __m256i products = _mm256_mulhi_epu16(values.words, multiplier_);
-            if constexpr (!mayBeOne) return {products};
-            return {_mm256_or_si256(products, _mm256_and_si256(values.words, one_))};
+            if constexpr (mayBeOne) {
+                return {_mm256_or_si256(products, _mm256_and_si256(values.words, one_))};
+            } else {
+                return {products};
+            }
         }
 
       private:

@@ -56,8 +56,11 @@ struct WordPair {
       private:
         __m128i Scale(__m128i values) const {
             const __m128i products = _mm_mulhi_epu16(values, multiplier_);
-            if constexpr (!mayBeOne) return products;
-            return _mm_or_si128(products, _mm_and_si128(values, one_));
+            if constexpr (mayBeOne) {
+                return _mm_or_si128(products, _mm_and_si128(values, one_));
+            } else {
+                return products;
+            }
         }
 
         __m128i multiplier_;

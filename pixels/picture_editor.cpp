@@ -109,7 +109,7 @@ bool PictureEditor::AttachBitmapContext(REALpicture subject) {
         // and one unlock more would be a change they can observe.
         if (pixelFormat == PixelFormat::None) return false;
         if (context->IsUsable() && HoldPicture(subject)) {
-            premultipliedAlpha = premultipliedAlpha || hasAlpha;
+            if (hasAlpha) premultipliedAlpha = true;
             width = static_cast<std::int64_t>(context->width);
             height = static_cast<std::int64_t>(context->height);
             rowBytes = static_cast<std::int64_t>(context->bytesPerRow);

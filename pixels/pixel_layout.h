@@ -46,10 +46,9 @@ constexpr std::optional<ChannelOrder> ChannelOrderOf(PixelFormat format) {
             return layouts::colourLast;
         case PixelFormat::Console:
             return layouts::console;
-        case PixelFormat::None:
-            break;
+        default:
+            return std::nullopt;
     }
-    return std::nullopt;
 }
 
 // The format of a bitmap context with the given alpha info, or None where it is not among those

@@ -141,13 +141,20 @@ std::int32_t DenominatorOf(const ContributionList& list) {
     return 0;
 }
 
+consteval bool AllDenominatorsHaveAQuotient() {
+    constexpr std::int32_t greatest =
+        std::max({kernels::mostWholes, kernels::greatestDenominator, greatestOddDenominator});
+    for (std::int32_t denominator = 2; denominator <= greatest; ++denominator) {
+        if (!Quotient::Exists(denominator, denominator / 2)) return false;
+    }
+    return true;
+}
+static_assert(AllDenominatorsHaveAQuotient());
+
 // Has a list served in whole numbers, if it can be. `weights` are its own.
 void ServeInWholes(BoundedList& bounded, const ContributionList& list, float* weights) {
     const std::int32_t denominator = DenominatorOf(list);
-    if (denominator < 2 || bounded.count > kernels::mostWholes ||
-        !Quotient::Exists(denominator, denominator / 2)) {
-        return;
-    }
+    if (denominator < 2 || bounded.count > kernels::mostWholes) return;
     // Sums of channels times wholes stay below 2^15 only if the wholes add up to the denominator.
     // They do: the weights' sum, rounded as it is, divides them.
     float sum = 0.0F;

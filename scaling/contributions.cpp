@@ -48,7 +48,7 @@ bool IsPlainMean(const ContributionList& list) {
 
 bool IsPowerOfTwo(double value) {
     int exponent = 0;
-    return value > 0.0 && std::frexp(value, &exponent) == 0.5;
+    return std::frexp(value, &exponent) == 0.5;
 }
 
 // Where all normalised weights are multiples of 1 / q and q is odd, so are the means, and the

@@ -100,14 +100,20 @@ struct Window {
 // Deliberate: the axes round differently, and so do the box's lists when enlarging.
 template <typename Filter, Axis axis>
 std::int64_t ReducingCapacity(double halfWidth) {
-    if constexpr (axis == Axis::Horizontal) return 2 * TruncateToInt64(halfWidth) + 2;
-    return TruncateToInt64(2.0 * halfWidth + 2.0);
+    if constexpr (axis == Axis::Horizontal) {
+        return 2 * TruncateToInt64(halfWidth) + 2;
+    } else {
+        return TruncateToInt64(2.0 * halfWidth + 2.0);
+    }
 }
 
 template <typename Filter, Axis axis>
 constexpr std::int64_t EnlargingCapacity() {
-    if constexpr (std::is_same_v<Filter, BoxFilter>) return axis == Axis::Horizontal ? 2 : 3;
-    return static_cast<std::int64_t>(2.0 * Filter::radius + 2.0);
+    if constexpr (std::is_same_v<Filter, BoxFilter>) {
+        return axis == Axis::Horizontal ? 2 : 3;
+    } else {
+        return static_cast<std::int64_t>(2.0 * Filter::radius + 2.0);
+    }
 }
 
 // Fills lists with the nonzero weights of their windows, whose offsets are multiplied by `stretch`.

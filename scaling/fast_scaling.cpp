@@ -17,7 +17,7 @@ namespace {
 // the blocks start can be kept without asking for memory.
 class RowAverager {
   public:
-    RowAverager(const PictureReader& reader, const PictureWriter& writer, std::int64_t width,
+    RowAverager(PictureReader& reader, const PictureWriter& writer, std::int64_t width,
                 std::int64_t height)
         : reader_(reader),
           // A picture that shares memory is read as it has become, pixel by pixel.
@@ -41,7 +41,7 @@ class RowAverager {
         // Deliberate: the rows below the first of a block are never visited. It counts as often
         // as the block is high, so the result is the average of one row's pixels.
         const auto sourceRow = static_cast<std::int64_t>(static_cast<double>(y) * stepY_);
-        job_.source = reader_.RowAddress(sourceRow);
+        job_.source = reader_.SeekRow(sourceRow);
         for (std::int64_t x = 0; x < width_; x += longestStretch) {
             FindStarts(x, std::min(longestStretch, width_ - x));
             job_.destination = destination + x * bytesPerPixelWord;
@@ -53,9 +53,9 @@ class RowAverager {
     static constexpr std::int64_t longestStretch = 4096;
 
     // A block ends within the row: only for sides beyond 2^26 could the rounding of the product
-    // say otherwise. The starts of a stretch are those of every row.
+    // say otherwise. A stretch has the same starts in every row.
     void FindStarts(std::int64_t x, std::int64_t count) {
-        if (firstStart_ == x && job_.width == count) return;
+        if (firstStart_ == x) return;
         const std::int64_t lastStart = reader_.width - job_.boxWidth;
         for (std::int64_t index = 0; index < count; ++index) {
             const auto start = static_cast<std::int64_t>(static_cast<double>(x + index) * stepX_);
@@ -66,7 +66,7 @@ class RowAverager {
         job_.width = count;
     }
 
-    const PictureReader& reader_;
+    PictureReader& reader_;
     void (*averageRow_)(const kernels::RowAveraging& job);
     double stepX_;
     double stepY_;
@@ -76,7 +76,7 @@ class RowAverager {
     kernels::RowAveraging job_;
 };
 
-void AverageRows(const PictureReader& reader, PictureWriter& writer, std::int64_t width,
+void AverageRows(PictureReader& reader, PictureWriter& writer, std::int64_t width,
                  std::int64_t height) {
     RowAverager averager(reader, writer, width, height);
     for (std::int64_t y = 0; y < height; ++y) {

@@ -28,7 +28,7 @@ bool RowPass::IsCopy() const {
 // Whether all pixels are plain means of equally many neighbours, and few of them.
 bool RowPass::PrepareBoxes() {
     constexpr std::int32_t longestBox = 8;
-    if (lists_.empty() || lists_[0].count < 1 || lists_[0].count > longestBox) return false;
+    if (lists_[0].count < 1 || lists_[0].count > longestBox) return false;
     const auto isBox = [this](const ContributionList& list) {
         return list.count == lists_[0].count && IsPlainMean(list);
     };

@@ -21,8 +21,7 @@ namespace {
 // Whether the image between the passes can be made at all. Deliberate: where its size in bytes is
 // a multiple of 2^32 there is none, however much memory there is.
 bool IsPossibleIntermediate(std::int64_t width, std::int64_t height) {
-    constexpr std::int64_t longestSide = std::numeric_limits<std::int32_t>::max();
-    if (width > longestSide || height > longestSide) return false;
+    if (width > std::numeric_limits<std::int32_t>::max()) return false;
     return (std::uint64_t{bytesPerPixelWord} * static_cast<std::uint64_t>(width) *
                 static_cast<std::uint64_t>(height) &
             0xFFFFFFFFU) != 0;
@@ -150,10 +149,9 @@ class ResampleEngine {
     // Every pixel gives its own bytes, so that no tables are needed.
     Outcome RunCopy(PictureWriter& writer) {
         if (!writer.NewPictureWriter(reader_, width_, height_)) return Outcome::Done;
-        const auto order = ChannelOrderOf(reader_.pixelFormat);
-        if (!order || SharesPixels(reader_, writer)) return Outcome::NotServed;
+        if (SharesPixels(reader_, writer)) return Outcome::NotServed;
         for (std::int64_t y = 0; y < height_; ++y)
-            CopyRow(y, reader_.RowAddress(y), *order, width_, writer);
+            CopyRow(y, reader_.RowAddress(y), reader_.Order(), width_, writer);
         return Outcome::Done;
     }
 

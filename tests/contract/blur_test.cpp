@@ -84,6 +84,27 @@ TEST(Blur, GivesTheReferencesBytesForLargePicturesAndRadii) {
     ExpectBlurred({2, 2, true}, {200, 150}, 500.0, 1205);
 }
 
+// Sums of the smaller radii fit 16 bits; for some of the greater ones no multiplier of 16 bits
+// gives all quotients.
+TEST(Blur, GivesTheReferencesBytesForEveryRadiusUpToWhereSumsNeedMoreThan16Bits) {
+    for (int radius = 1; radius <= 130; ++radius) {
+        const auto seed = static_cast<std::uint64_t>(1700 + radius);
+        ExpectBlurred({1, 1, false}, {21, 17}, radius, seed);
+    }
+}
+
+// The greatest sums there are.
+TEST(Blur, KeepsWhiteWhiteAtEveryRadius) {
+    Session session(Desktop());
+    const auto source = session.Create(21, 17);
+    source->Fill(workbench::white);
+    for (int radius = 1; radius <= 130; ++radius) {
+        const auto result = session.Blur(source.Handle(), radius);
+        ASSERT_TRUE(result);
+        ASSERT_THAT(ImageOf(*result).words, Each(0xFFFFFFFFU)) << "radius " << radius;
+    }
+}
+
 TEST(Blur, GivesTheReferencesBytesForRandomCases) {
     const std::vector<Layouts> layouts = AllLayouts();
     for (std::uint64_t seed = 1300; seed < 1450; ++seed) {

@@ -200,6 +200,21 @@ TEST(FractionalDrawing, WrapsSumsThatOverflow) {
     }
 }
 
+// A weight of exactly 1 takes a sample as it is, whichever of the four it belongs to.
+TEST(FractionalDrawing, TakesEachSampleWholeWhereItsWeightIsOne) {
+    std::uint64_t seed = 3300;
+    const double almostOneBelow = -1e-20;
+    for (const Placement placement : {Placement{1, 1},
+                                      {almostOneBelow, 1},
+                                      {1, almostOneBelow},
+                                      {almostOneBelow, almostOneBelow},
+                                      {1.5, 1.5, 4.0},
+                                      {1.5, 1, 2.0},
+                                      {1, 1.5, 2.0}}) {
+        ExpectDrawnFromRandom({{1, 2, false}, {40, 9}, {37, 6}, std::nullopt, placement, ++seed});
+    }
+}
+
 // Fractions that a person writes down are where another order of the same products would fall on
 // the other side of a whole number.
 TEST(FractionalDrawing, KeepsTheOrderOfItsProducts) {

@@ -120,6 +120,34 @@ TEST(HostDrawing, CopiesNothingBetweenPicturesOfDifferentSizesAndUnlocksBoth) {
     EXPECT_EQ(source->Locks(), 0);
 }
 
+TEST(HostDrawing, CopiesNothingBetweenPicturesOfDifferentHeights) {
+    HostSettings settings = UndecidedConsole();
+    settings.missingServices = {graphicsService};
+    Session session(settings);
+    const auto source = session.Create(5, 3);
+    source->Fill(workbench::black);
+    source->reportedHeight = 2;
+    const auto result = session.Scaling(source.Handle(), box, 5, 2);
+    ASSERT_TRUE(result);
+    EXPECT_THAT(ImageOf(*result).words, Each(0x00FFFFFFU)) << "as the host made the copy";
+}
+
+TEST(HostDrawing, CopiesNothingToAPictureThatIsNoConsoleImage) {
+    HostSettings settings = UndecidedConsole();
+    settings.missingServices = {graphicsService};
+    settings.onNewPicture = [](Picture& picture) {
+        picture.alterDescription = [](REALpictureDescription& description) {
+            description.handle = nullptr;
+        };
+    };
+    Session session(settings);
+    const auto source = session.Create(5, 3);
+    source->Fill(workbench::black);
+    source->alterDescription = nullptr;  // only the copy is none
+    EXPECT_FALSE(session.Scaling(source.Handle(), box, 5, 3));
+    EXPECT_EQ(source->Locks(), 0);
+}
+
 TEST(HostDrawing, CopiesNothingFromRowsThatAreShorterThanTheirDescription) {
     HostSettings settings = UndecidedConsole();
     settings.missingServices = {graphicsService};

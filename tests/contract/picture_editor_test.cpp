@@ -334,6 +334,17 @@ TEST(PictureEditor, GivesNoMaskToASourceThatItCopiesAndThatHasNone) {
     EXPECT_THAT(session.CallsOf(Service::REALGetPictureMask), ElementsAre(HasSubstr("false")));
 }
 
+TEST(PictureEditor, CopiesAPictureWithItsMaskWhereTheHostCannotTakeItOff) {
+    Session session(Desktop());
+    const auto source = session.Create(3, 2);
+    const auto mask = session.Create(3, 2);
+    session.host().SetMask(*source, &*mask);
+    source->refusesLocks = true;
+    session.host().Failing().FailFrom(Service::REALLoadObjectMethod, 1);
+    EXPECT_TRUE(CopyByScaling(session, *source));
+    EXPECT_EQ(source->Mask()->Handle(), mask.Handle());
+}
+
 TEST(PictureEditor, CopiesInTheOrderThatKeepsTheMaskSafe) {
     Session session(Desktop());
     const auto source = session.Create(3, 2);
@@ -378,14 +389,58 @@ TEST(PictureEditor, CopiesNoPictureWithAnAlphaChannel) {
     ExpectRefused(session, *source);
 }
 
+// Whether there is an alpha channel is asked once more before the copy is made, and that answer
+// counts for the copy.
+TEST(PictureEditor, CopiesWithAnAlphaChannelWhereTheHostTellsOfItOnlyNow) {
+    Session session(Desktop());
+    PictureOptions options = Sized(5, 4);
+    options.alphaChannel = true;
+    const auto source = session.Create(options);
+    source->Fill(workbench::Grey(90));
+    source->refusesLocks = true;
+    session.host().Failing().FailOnly(Service::REALGetPropValueBoolean, 1);
+    const auto result = CopyByScaling(session, *source);
+    ASSERT_TRUE(result);
+    EXPECT_TRUE(result->HasAlphaChannel());
+    EXPECT_EQ(result->At(2, 2), source->At(2, 2));
+}
+
+TEST(PictureEditor, CopiesNothingWithAnAlphaChannelThatTheHostCannotMake) {
+    for (const Service missing : {Service::REALnewInstance, Service::REALLoadObjectMethod}) {
+        Session session(Desktop());
+        PictureOptions options = Sized(5, 4);
+        options.alphaChannel = true;
+        const auto source = session.Create(options);
+        source->refusesLocks = true;
+        session.host().Failing().FailOnly(Service::REALGetPropValueBoolean, 1);
+        session.host().Failing().FailFrom(missing, 1);
+        EXPECT_FALSE(CopyByScaling(session, *source));
+    }
+}
+
+TEST(PictureEditor, CopiesNothingWithAnAlphaChannelOnHostsBeforeThereWereAny) {
+    HostSettings settings = Desktop();
+    settings.version = 2011.03;
+    Session session(settings);
+    PictureOptions options = Sized(5, 4);
+    options.alphaChannel = true;
+    const auto source = session.Create(options);
+    source->refusesLocks = true;
+    session.host().Failing().FailOnly(Service::REALGetPropValueBoolean, 1);
+    EXPECT_FALSE(CopyByScaling(session, *source));
+    EXPECT_EQ(session.host().Calls(Service::REALnewInstance), 0U);
+}
+
 TEST(PictureEditor, MakesNoCopyOfAPictureOfNoSize) {
     for (const REALinteger size : {0, -1}) {
-        Session session(Desktop());
-        const auto source = session.Create(3, 2);
-        source->refusesLocks = true;
-        source->reportedWidth = size;
-        session.host().Failing().ForgetCalls();
-        ExpectRefused(session, *source);
+        for (const auto side : {&Picture::reportedWidth, &Picture::reportedHeight}) {
+            Session session(Desktop());
+            const auto source = session.Create(3, 2);
+            source->refusesLocks = true;
+            (*source).*side = size;
+            session.host().Failing().ForgetCalls();
+            ExpectRefused(session, *source);
+        }
     }
 }
 

@@ -209,6 +209,19 @@ TEST(ScalingCalls, GiveNilWhereTheImageBetweenThePassesIsAMultipleOf4GiB) {
     EXPECT_EQ(session.allocations().Requests(), 0U) << "no memory is asked for what cannot be";
 }
 
+// The size in bytes does not even fit 64 bits.
+TEST(ScalingCalls, GiveNilWhereTheImageBetweenThePassesIsBeyondAllMemory) {
+    HostSettings settings = Desktop();
+    Session session(settings);
+    const auto source = session.Create(3, 2);
+    source->Context()->height = std::numeric_limits<std::int32_t>::max();
+    session.host().Failing().ForgetCalls();
+    EXPECT_FALSE(
+        session.Scaling(source.Handle(), 1, std::numeric_limits<std::int32_t>::max(), 1, 1));
+    EXPECT_EQ(session.Yields(), 0U);
+    EXPECT_EQ(session.host().Calls(Service::REALNewPicture), 0U);
+}
+
 TEST(ScalingCalls, GiveNilForSidesBeyond31Bits) {
     constexpr std::int64_t tooLong = std::int64_t{1} << 31U;
     for (const bool alphaChannel : {false, true}) {

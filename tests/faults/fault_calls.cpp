@@ -21,6 +21,8 @@ constexpr std::array sceneNames = {"Desktop", "DesktopMask", "DesktopAlphaChanne
 constexpr std::array calls = {MethodCall::ScalingReducing,
                               MethodCall::ScalingEnlarging,
                               MethodCall::ScalingWithYields,
+                              MethodCall::ScalingToOnePixel,
+                              MethodCall::ScalingToSameSize,
                               MethodCall::Fast,
                               MethodCall::Smooth,
                               MethodCall::ImageAndMaskFast,
@@ -31,6 +33,8 @@ constexpr std::array calls = {MethodCall::ScalingReducing,
 constexpr std::array callNames = {"ScalingReducing",
                                   "ScalingEnlarging",
                                   "ScalingWithYields",
+                                  "ScalingToOnePixel",
+                                  "ScalingToSameSize",
                                   "Fast",
                                   "Smooth",
                                   "ImageAndMaskFast",
@@ -52,6 +56,10 @@ Held<Picture> Call(Session& session, MethodCall call, const Picture& source, Hel
             return session.Scaling(picture, 5, 13, 11);
         case MethodCall::ScalingWithYields:
             return session.Scaling(picture, 6, 5, 9, 1);
+        case MethodCall::ScalingToOnePixel:
+            return session.Scaling(picture, 2, 1, 1);
+        case MethodCall::ScalingToSameSize:
+            return session.Scaling(picture, 1, 7, 6);
         case MethodCall::Fast:
             return session.Scale(picture, 9, 8, false, 1);
         case MethodCall::Smooth:

@@ -20,6 +20,8 @@ enum class MethodCall {
     ScalingReducing,
     ScalingEnlarging,
     ScalingWithYields,
+    ScalingToOnePixel,
+    ScalingToSameSize,
     Fast,
     Smooth,
     ImageAndMaskFast,

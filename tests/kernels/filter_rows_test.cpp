@@ -346,6 +346,28 @@ TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
     }
 }
 
+// A host may keep pixels at any address, where no vector ever starts on a boundary of its size.
+TEST_P(FilterRowKernels, CopyRowsToAndFromOddAddresses) {
+    const ChannelOrder order = testing::orders[1];
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const std::int64_t shift : {1, 2, 3}) {
+            GuardedBytes source(4 * width + shift, Guard::Behind);
+            source.FillRandomly(random);
+            GuardedBytes found(4 * width + 4, Guard::Behind);
+            found.FillWith(77);
+            std::vector<std::uint8_t> expected(found.size(), 77);
+            for (std::int64_t byte = 0; byte < 4 * width; ++byte) {
+                expected[static_cast<std::size_t>(shift + byte)] =
+                    byte % 4 == order.alpha ? order.opaque : source.data()[shift + byte];
+            }
+            kernels().copyRow(
+                {source.data() + shift, order, found.data() + shift, order, width, width % 2 == 0});
+            ASSERT_EQ(std::vector(found.data(), found.data() + found.size()), expected)
+                << "width " << width << ", shift " << shift;
+        }
+    }
+}
+
 TEST_P(FilterRowKernels, MakeRowsOpaqueInTheirPlace) {
     for (std::int64_t width = 1; width <= 70; ++width) {
         for (const ChannelOrder& order : testing::orders) {

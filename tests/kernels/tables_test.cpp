@@ -1,8 +1,11 @@
 // The tables of kernels: complete, one per level, each with functions of its own.
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 #include <set>
 
+#include "kernels/instruction_set.h"
+#include "kernels/quotient.h"
 #include "tests/kernels/levels.h"
 
 namespace zvk::kernels {
@@ -66,6 +69,70 @@ TEST(InstructionSets, AreDetectedAsTheCompilerDetectsThem) {
                                     : sse41 ? InstructionSet::Sse41
                                             : InstructionSet::Baseline;
     EXPECT_EQ(DetectInstructionSet(), expected);
+}
+
+// A processor that has everything, on a system that saves everything.
+constexpr ProcessorFeatures complete{
+    .leaf1Ecx = bit_SSSE3 | bit_SSE4_1 | bit_AVX | bit_FMA,
+    .leaf7Ebx = bit_AVX2 | bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL,
+    .leaf7Ecx = bit_AVX512VNNI,
+    .savedState = 0xE6};
+
+struct Absence {
+    unsigned ProcessorFeatures::*part;
+    unsigned bit;
+    InstructionSet left;
+};
+
+TEST(InstructionSets, AreThoseBelowTheFirstOfWhichAnythingIsMissing) {
+    EXPECT_EQ(LevelOf(complete), InstructionSet::Avx512);
+    for (const auto& [part, bit, left] : {
+             Absence{&ProcessorFeatures::leaf1Ecx, bit_SSSE3, InstructionSet::Baseline},
+             Absence{&ProcessorFeatures::leaf1Ecx, bit_SSE4_1, InstructionSet::Baseline},
+             Absence{&ProcessorFeatures::leaf1Ecx, bit_AVX, InstructionSet::Sse41},
+             Absence{&ProcessorFeatures::leaf1Ecx, bit_FMA, InstructionSet::Sse41},
+             Absence{&ProcessorFeatures::leaf7Ebx, bit_AVX2, InstructionSet::Sse41},
+             Absence{&ProcessorFeatures::savedState, 0x02, InstructionSet::Sse41},
+             Absence{&ProcessorFeatures::savedState, 0x04, InstructionSet::Sse41},
+             Absence{&ProcessorFeatures::savedState, 0x20, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::savedState, 0x40, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::savedState, 0x80, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::leaf7Ebx, bit_AVX512F, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::leaf7Ebx, bit_AVX512BW, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::leaf7Ebx, bit_AVX512DQ, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::leaf7Ebx, bit_AVX512VL, InstructionSet::Avx2},
+             Absence{&ProcessorFeatures::leaf7Ecx, bit_AVX512VNNI, InstructionSet::Avx2},
+         }) {
+        ProcessorFeatures features = complete;
+        features.*part &= ~bit;
+        EXPECT_EQ(LevelOf(features), left) << "without bit " << bit;
+    }
+}
+
+// Under translation on other processors SSE4.1 is reported, and nothing that needs more registers.
+TEST(InstructionSets, AreSse41WhereOnlyThatIsReported) {
+    EXPECT_EQ(
+        LevelOf(
+            {.leaf1Ecx = bit_SSSE3 | bit_SSE4_1, .leaf7Ebx = 0, .leaf7Ecx = 0, .savedState = 0}),
+        InstructionSet::Sse41);
+}
+
+TEST(Quotients, OfAllSumsAreExactWhereTheyExist) {
+    int existing = 0;
+    for (std::int32_t length = 1; length <= 300; ++length) {
+        for (const std::int32_t addend : {0, length / 2}) {
+            if (!Quotient::Exists(length, addend)) continue;
+            ++existing;
+            const Quotient quotient = Quotient::By(length);
+            for (int sum = 0; sum <= 255 * length + addend; ++sum) {
+                const std::int64_t product = std::int64_t{sum} * quotient.multiplier;
+                ASSERT_EQ((product >> 16) >> quotient.shift, sum / length) << sum << '/' << length;
+            }
+        }
+    }
+    EXPECT_GT(existing, 400);
+    EXPECT_FALSE(Quotient::Exists(1)) << "the multiplier has 17 bits";
+    EXPECT_FALSE(Quotient::Exists(258)) << "sums have 17 bits";
 }
 
 }  // namespace

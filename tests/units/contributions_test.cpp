@@ -224,6 +224,25 @@ TEST(Contributions, FitTheirCapacityAndStayInsideTheSource) {
     CheckBoundsOfManySizes<Cubic6Filter>();
 }
 
+TEST(PlainMeans, AreOfNeighboursThatCountAlike) {
+    Contribution entries[] = {{1.0F, 3}, {1.0F, 4}, {1.0F, 5}};
+    EXPECT_TRUE(IsPlainMean({entries, 3, 3.0F}));
+    EXPECT_TRUE(IsPlainMean({entries, 1, 1.0F}));
+    EXPECT_FALSE(IsPlainMean({entries, 0, 0.0F})) << "nothing";
+    EXPECT_FALSE(IsPlainMean({entries, 3, 2.5F})) << "divided by another sum";
+    entries[1].weight = 0.5F;
+    EXPECT_FALSE(IsPlainMean({entries, 3, 3.0F})) << "one counts less";
+    entries[1] = {1.0F, 5};
+    EXPECT_FALSE(IsPlainMean({entries, 2, 2.0F})) << "with a gap";
+}
+
+TEST(PowersOfTwo, AreToldFromAllOtherNumbers) {
+    for (const double power : {0x1p-1074, 0.125, 1.0, 2.0, 0x1p1023})
+        EXPECT_TRUE(IsPowerOfTwo(power)) << power;
+    for (const double other : {0.0, -2.0, 3.0, 0.75, std::nan(""), double{INFINITY}})
+        EXPECT_FALSE(IsPowerOfTwo(other)) << other;
+}
+
 TEST(ContributionTable, CanBeReplacedByAnotherOfAnotherLength) {
     ContributionTable table;
     ASSERT_TRUE(table.Allocate(3));

@@ -12,6 +12,13 @@ double Answer() {
     return 2013.5;
 }
 
+// As it is before any test makes itself the host.
+const REALresolver resolverAtStart = gResolver;
+
+TEST(HostService, IsNotFoundBeforeAHostHasLoadedThePlugin) {
+    EXPECT_EQ(resolverAtStart("REALGetRBVersion"), nullptr);
+}
+
 TEST(HostService, IsLookedUpOnFirstUseAndThenRemembered) {
     FakeHost host;
     host.Offer("REALGetRBVersion", Answer);

@@ -13,6 +13,7 @@
 
 #include "bridge/host_exceptions.h"
 #include "fake_host.h"
+#include "refused_memory.h"
 
 namespace zvk {
 namespace {
@@ -58,6 +59,10 @@ REALstring BuildString(const char* bytes, std::int32_t length) {
     calls.emplace_back("build");
     if (onBuildString) onBuildString();
     return NewString(std::string(bytes, static_cast<std::size_t>(length)), REALencoding::Unknown);
+}
+
+REALstring BuildNothing(const char* /*bytes*/, std::int32_t /*length*/) {
+    return nullptr;
 }
 
 REALstring BuildWithEncoding(const char* bytes, std::int32_t length, REALencoding encoding) {
@@ -233,6 +238,26 @@ TEST_F(HostStringsBefore2013, InUtf32IgnoreATrailingPartOfACodePoint) {
     const std::u32string text = U"ab";
     REALBuildUnicodeString(text.data(), 7, REALencoding::Utf32);
     EXPECT_EQ(strings.front().bytes.size(), 2U);
+}
+
+TEST_F(HostStrings, LongerThanTheHostCanCountAreNull) {
+    const std::int64_t tooLong = std::int64_t{1} << 31U;
+    EXPECT_EQ(REALBuildUnicodeStringUTF16("", tooLong), nullptr);
+    EXPECT_EQ(REALBuildUnicodeString("", tooLong, REALencoding::Utf8), nullptr);
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST_F(HostStringsBefore2012, InUtf16AreNullWhereTheHostBuildsNone) {
+    host.Offer("REALBuildString", BuildNothing);
+    EXPECT_EQ(REALBuildUnicodeString(u"\u00e4", 2, REALencoding::Utf16), nullptr);
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST_F(HostStringsBefore2013, InUtf32AreNullWhereMemoryForTheirUnitsIsShort) {
+    const std::u32string text(200, U'\u00e4');
+    const testing::RefusedMemory refused(1);
+    EXPECT_EQ(REALBuildUnicodeString(text.data(), 800, REALencoding::Utf32), nullptr);
+    EXPECT_TRUE(calls.empty());
 }
 
 TEST_F(HostStrings, RaiseNothingWhereTheHostBuildsNone) {

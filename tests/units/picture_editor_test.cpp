@@ -9,6 +9,7 @@
 
 #include "fake_host.h"
 #include "kernels/kernel_table.h"
+#include "refused_memory.h"
 #include "scaling/resample_passes.h"
 
 namespace zvk {
@@ -117,6 +118,19 @@ TEST(PictureEditor, LeavesItsFlagsAsTheyAreForANilPicture) {
     EXPECT_TRUE(editor.writable);
 }
 
+TEST(PictureWriter, AsksForNoPictureWithoutColumnsOrRows) {
+    FakeHost host;
+    PictureReader reader;
+    PictureWriter writer;
+    for (const bool hasAlpha : {false, true}) {
+        reader.hasAlpha = hasAlpha;
+        EXPECT_FALSE(writer.NewPictureWriter(reader, 0, 5));
+        EXPECT_FALSE(writer.NewPictureWriter(reader, 5, 0));
+    }
+    EXPECT_EQ(host.LookUps("REALNewPicture"), 0);
+    EXPECT_EQ(host.LookUps("REALnewInstance"), 0);
+}
+
 TEST(ChannelOrder, IsSharedByTheFormatsOfOneByteOrder) {
     for (const auto format :
          {PixelFormat::PremultipliedLast, PixelFormat::Last, PixelFormat::SkipLast}) {
@@ -184,6 +198,37 @@ TEST(ResamplePasses, WriteNothingToAPictureInNoKnownFormat) {
     writer.pixelFormat = PixelFormat::SkipFirst;
     pass.WriteRow(0, row.rows, 1, writer);
     EXPECT_EQ(memory, (std::vector<std::uint8_t>{255, 0x10, 0x20, 0x30}));
+}
+
+TEST(ResamplePasses, WriteNothingToAPictureInNoKnownFormatWhereSeveralRowsCount) {
+    std::vector<std::uint8_t> memory(4, 7);
+    PictureReader reader;
+    Describe(reader, memory, 1, 1, PixelFormat::Last);
+    PictureWriter writer;
+    Describe(writer, memory, 1, 1, PixelFormat::None);
+    std::array entries = {Contribution{.weight = 1.0F, .pixel = 0},
+                          Contribution{.weight = 3.0F, .pixel = 1}};
+    const std::array lists = {
+        ContributionList{.entries = entries.data(), .count = 2, .weightSum = 4.0F}};
+    std::array<std::uint8_t, 4 + kernels::rowPadding> bytes = {10, 20, 30, 0, 50, 60, 70, 0};
+    const kernels::PixelRows rows{.places = bytes.data(), .stride = 4, .capacity = 2};
+    ColumnPass pass(reader, lists, 1);
+    pass.WriteRow(0, rows, 1, writer);
+    EXPECT_EQ(memory, (std::vector<std::uint8_t>{7, 7, 7, 7}));
+    writer.pixelFormat = PixelFormat::SkipFirst;
+    pass.WriteRow(0, rows, 1, writer);
+    EXPECT_EQ(memory, (std::vector<std::uint8_t>{255, 40, 50, 60}));
+}
+
+TEST(ResamplePasses, NeedNoRowsForAnEmptyListWithOrWithoutMemoryForTheirTable) {
+    std::vector<std::uint8_t> memory(4);
+    PictureReader reader;
+    Describe(reader, memory, 1, 1, PixelFormat::Last);
+    const std::array lists = {ContributionList{.entries = nullptr, .count = 0, .weightSum = 0.0F}};
+    EXPECT_EQ(ColumnPass(reader, lists, 1).RowsFor(0).last, 0);
+    const testing::RefusedMemory refused(1);
+    EXPECT_EQ(ColumnPass(reader, lists, 1).RowsFor(0).last, 0);
+    EXPECT_TRUE(refused.WasAskedFor());
 }
 
 }  // namespace

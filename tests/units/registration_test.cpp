@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fake_host.h"
+#include "refused_memory.h"
 
 namespace zvk {
 namespace {
@@ -98,6 +99,20 @@ TEST_F(ModuleRegistration, OfAClassWithoutCallableMethodsRegistersNothing) {
     EXPECT_EQ(registeredModule, nullptr);
     RegisterModule(REALclassDefinition{});
     EXPECT_EQ(registeredModule, nullptr);
+}
+
+// The table, the setter's declaration, in two steps, the method's, the name and the record.
+TEST_F(ModuleRegistration, RegistersNothingWhereAnyOfItsMemoryIsRefused) {
+    std::array methods = {Entry(Getter, Setter, "Foo as integer")};
+    int request = 1;
+    for (;; ++request) {
+        const testing::RefusedMemory refused(request);
+        RegisterModule(ClassOf(methods));
+        if (!refused.WasAskedFor()) break;
+        EXPECT_EQ(registeredModule, nullptr) << "request " << request;
+    }
+    EXPECT_GE(request, 6);
+    EXPECT_NE(registeredModule, nullptr);
 }
 
 TEST_F(ModuleRegistration, NamesTheModuleAfterClassAndPartAndCutsALongName) {

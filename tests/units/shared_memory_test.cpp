@@ -12,6 +12,7 @@
 #include "fake_host.h"
 #include "kernels/box_average.h"
 #include "pixels/picture_editor.h"
+#include "refused_memory.h"
 
 namespace zvk {
 namespace {
@@ -106,6 +107,31 @@ TEST_F(SharedMemory, IsBlurredInTheDefinitionsOrder) {
         };
         EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
     }
+}
+
+TEST_F(SharedMemory, IsLeftAsItIsWhereTheBlurGetsNoMemory) {
+    const auto untouched = After(30, 20, [] { return NewPicture(30, 20, 32); });
+    int request = 1;
+    for (;; ++request) {
+        bool wasAsked = true;
+        const auto found = After(30, 20, [&] {
+            const testing::RefusedMemory refused(request);
+            const REALpicture result = BlurZVK(&source, 3.0, 0);
+            wasAsked = refused.WasAskedFor();
+            return result;
+        });
+        if (!wasAsked) break;
+        EXPECT_EQ(found, untouched) << "request " << request;
+    }
+    EXPECT_GT(request, 3);
+}
+
+// At the source's own size, where a copy would do if nothing were shared.
+TEST_F(SharedMemory, IsReadWholeBeforeItIsWrittenAtItsOwnSize) {
+    const auto withInterval = [](REALinteger interval) {
+        return After(20, 12, [&] { return PictureScalingZVK(&source, 1, 20, 12, interval); });
+    };
+    EXPECT_EQ(withInterval(0), withInterval(never));
 }
 
 REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {

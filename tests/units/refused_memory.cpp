@@ -1,0 +1,38 @@
+// The stand-in for calloc in this program.
+#include "refused_memory.h"
+
+#include <cstddef>
+
+namespace {
+
+// How many requests are granted before the one that is refused; below 0 where none is, or after it.
+int grantsLeft = -1;
+
+}  // namespace
+
+// The names are the linker's (its option --wrap).
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
+    const bool isRefused = grantsLeft == 0;
+    if (grantsLeft >= 0) --grantsLeft;
+    return isRefused ? nullptr : __real_calloc(count, size);
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace zvk::testing {
+
+RefusedMemory::RefusedMemory(int request) {
+    grantsLeft = request - 1;
+}
+
+RefusedMemory::~RefusedMemory() {
+    grantsLeft = -1;
+}
+
+bool RefusedMemory::WasAskedFor() const {
+    return grantsLeft < 0;
+}
+
+}  // namespace zvk::testing
