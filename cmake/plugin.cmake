@@ -52,6 +52,9 @@ set_source_files_properties(kernels/level_avx512.cpp PROPERTIES COMPILE_OPTIONS
 
 # The objects are targets of their own so that unit tests can reach what the library hides.
 set(plugin_options -fvisibility=hidden -fvisibility-inlines-hidden)
+if(ZVK_COVERAGE)
+    list(APPEND plugin_options -fprofile-instr-generate -fcoverage-mapping)
+endif()
 add_library(plugin_objects OBJECT ${plugin_sources})
 target_compile_options(plugin_objects PRIVATE ${plugin_options})
 add_library(selection_objects OBJECT kernels/selection.cpp)
