@@ -1,5 +1,6 @@
-// The main function of the fuzz programs where the build has no libFuzzer: runs each file once, and
-// random bytes if asked to. A finding ends the process as it does under the fuzzer.
+// The main function of the fuzz programs where the build has no libFuzzer: runs each file once and,
+// if asked to, random bytes and damaged files. A finding ends the process as it does under the
+// fuzzer.
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
@@ -21,7 +22,9 @@ namespace {
 
 constexpr std::string_view usage =
     "Usage: PROGRAM [--random COUNT] [--seed SEED] [FILE|FOLDER]...\n"
-    "Runs every file, also those in the folders, then COUNT executions of random bytes.\n";
+    "Runs every file, also those in the folders, then COUNT executions of random bytes and, if "
+    "there\n"
+    "are files, of files with some bytes changed, lost or repeated.\n";
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -92,18 +95,58 @@ Bytes RandomBytes(std::mt19937_64& engine) {
     return bytes;
 }
 
+// One change somewhere: another byte, another bit, a stretch left out, repeated or cut off.
+void Damage(Bytes& bytes, std::mt19937_64& engine) {
+    constexpr std::size_t longestStretch = 16;
+    if (bytes.empty()) return;
+    const std::size_t place = engine() % bytes.size();
+    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(place);
+    const std::size_t length = std::min(bytes.size() - place, 1 + engine() % longestStretch);
+    const auto end = at + static_cast<std::ptrdiff_t>(length);
+    switch (engine() % 5) {
+        case 0:
+            *at = static_cast<std::uint8_t>(engine() >> 56U);
+            break;
+        case 1:
+            *at ^= static_cast<std::uint8_t>(1U << engine() % 8);
+            break;
+        case 2:
+            bytes.erase(at, end);
+            break;
+        case 3: {
+            const Bytes stretch(at, end);
+            bytes.insert(at, stretch.begin(), stretch.end());
+            break;
+        }
+        default:
+            bytes.resize(place);
+            break;
+    }
+}
+
+Bytes DamagedFile(const std::vector<Bytes>& files, std::mt19937_64& engine) {
+    Bytes bytes = files[engine() % files.size()];
+    const std::uint64_t changes = 1 + engine() % 4;
+    for (std::uint64_t i = 0; i < changes; ++i)
+        Damage(bytes, engine);
+    return bytes;
+}
+
 int RunAll(const Request& request) {
-    for (const std::filesystem::path& file : request.files)
-        Run(BytesOf(file));
-    std::printf("%zu files\n", request.files.size());
+    std::vector<Bytes> files;
+    for (const std::filesystem::path& file : request.files) {
+        files.push_back(BytesOf(file));
+        Run(files.back());
+    }
+    std::printf("%zu files\n", files.size());
     if (request.executions > 0) {
-        std::printf("%llu executions of random bytes, seed %llu\n",
+        std::printf("%llu random executions, seed %llu\n",
                     static_cast<unsigned long long>(request.executions),
                     static_cast<unsigned long long>(request.seed));
         std::fflush(stdout);
         std::mt19937_64 engine(request.seed);
         for (std::uint64_t i = 0; i < request.executions; ++i)
-            Run(RandomBytes(engine));
+            Run(files.empty() || i % 2 == 0 ? RandomBytes(engine) : DamagedFile(files, engine));
     }
     // Nothing run is nothing shown.
     return request.files.empty() && request.executions == 0 ? 2 : 0;
