@@ -135,6 +135,26 @@ TEST(Decoding, FilesThatEndEarlyAreDamagedAndNotHalfRead) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+// From a single byte to all but the last one: nothing of a picture is shown that is not complete.
+TEST(Decoding, SmallFilesThatEndAtAnyByteGiveAClearError) {
+    const TemporaryFolder folder;
+    const GdImage image = MakeImage(5, 4, false);
+    testing::internal::CaptureStderr();
+    for (const std::string extension : {".png", ".jpg"}) {
+        const std::filesystem::path whole = folder / ("whole" + extension);
+        const std::filesystem::path cut = folder / ("cut" + extension);
+        WriteImage(*image, whole);
+        const std::string bytes = ReadBytes(whole);
+        ASSERT_GT(bytes.size(), 100U);
+        for (std::size_t length = 1; length < bytes.size(); ++length) {
+            WriteBytes(cut, bytes.substr(0, length));
+            EXPECT_THAT(ErrorOf(cut), StartsWith(cut.string() + ": "))
+                << extension << " cut to " << length << " of " << bytes.size() << " bytes";
+        }
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(Decoding, DamagedBytesAreDecodedOrRefusedButNeverCrash) {
     const TemporaryFolder folder;
     const GdImage image = MakeImage(41, 31, true);
