@@ -1,7 +1,6 @@
 // The method DrawPictureFZVK: draws one picture onto another at a fractional position, in place.
 // Nil pictures raise a host exception; every other failure is a false result.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <optional>
 
@@ -134,11 +133,11 @@ class RowPainter {
         const std::int64_t size = job.end * bytesPerPixelWord;
         const std::int64_t sourceSize = job.source.width * bytesPerPixelWord;
         const std::int64_t maskSize = job.source.maskWidth * bytesPerPixelWord;
-        return std::ranges::any_of(
-            std::array{job.source.above, job.source.below}, [&](const kernels::PixelRow& row) {
-                return Overlaps(job.destination, size, row.pixels, sourceSize) ||
-                       Overlaps(job.destination, size, row.mask, maskSize);
-            });
+        const auto sharesMemory = [&](const kernels::PixelRow& row) {
+            return Overlaps(job.destination, size, row.pixels, sourceSize) ||
+                   Overlaps(job.destination, size, row.mask, maskSize);
+        };
+        return sharesMemory(job.source.above) || sharesMemory(job.source.below);
     }
 
     static void MakeOpaque(const kernels::RowDrawing& job, Columns columns) {

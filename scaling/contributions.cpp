@@ -27,8 +27,10 @@ void ContributionTable::Clear() {
 // the others are. The definition's roundings are far smaller, and it adds 0.5 before it truncates.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
     const std::span entries(list.entries, static_cast<std::size_t>(list.count));
-    const auto magnitude = [](const Contribution& entry) { return std::fabs(entry.weight); };
-    const auto own = std::ranges::max_element(entries, {}, magnitude);
+    const auto weighsLess = [](const Contribution& left, const Contribution& right) {
+        return std::fabs(left.weight) < std::fabs(right.weight);
+    };
+    const auto own = std::max_element(entries.begin(), entries.end(), weighsLess);
     if (own == entries.end()) return std::nullopt;
     double others = 0.0;
     for (const Contribution& entry : entries)

@@ -156,10 +156,11 @@ class ListFiller {
     };
 
     const Filled* FindTwin(const Filled& wanted) const {
-        const auto twin = std::ranges::find_if(remembered_, [&](const Filled& filled) {
+        const auto isTwin = [&](const Filled& filled) {
             return filled.list != nullptr && filled.distance == wanted.distance &&
                    filled.length() == wanted.length();
-        });
+        };
+        const auto twin = std::find_if(remembered_.begin(), remembered_.end(), isTwin);
         return twin == remembered_.end() ? nullptr : &*twin;
     }
 

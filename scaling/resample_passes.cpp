@@ -21,8 +21,8 @@ RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> 
 bool RowPass::IsCopy() const {
     if (std::ssize(lists_) != reader_.width) return false;
     std::int32_t x = 0;
-    return std::ranges::all_of(
-        lists_, [&x](const ContributionList& list) { return CopiedPixel(list) == x++; });
+    return std::all_of(lists_.begin(), lists_.end(),
+                       [&x](const ContributionList& list) { return CopiedPixel(list) == x++; });
 }
 
 // Whether all pixels are plain means of equally many neighbours, and few of them.
@@ -32,11 +32,11 @@ bool RowPass::PrepareBoxes() {
     const auto isBox = [this](const ContributionList& list) {
         return list.count == lists_[0].count && IsPlainMean(list);
     };
-    if (!std::ranges::all_of(lists_, isBox)) return false;
+    if (!std::all_of(lists_.begin(), lists_.end(), isBox)) return false;
     boxStarts_ = AllocateZeroed<std::int32_t>(std::ssize(lists_));
     if (boxStarts_ == nullptr) return false;
-    std::ranges::transform(lists_, boxStarts_.get(),
-                           [](const ContributionList& list) { return list.entries[0].pixel; });
+    std::transform(lists_.begin(), lists_.end(), boxStarts_.get(),
+                   [](const ContributionList& list) { return list.entries[0].pixel; });
     boxLength_ = lists_[0].count;
     return true;
 }
