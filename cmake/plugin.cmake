@@ -50,6 +50,10 @@ set_source_files_properties(kernels/level_avx2.cpp PROPERTIES COMPILE_OPTIONS "-
 set_source_files_properties(kernels/level_avx512.cpp PROPERTIES COMPILE_OPTIONS
     "-O3;-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl;-mavx512vnni;-mfma;-Wno-uninitialized;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
 
+if(APPLE)
+    include(cmake/macos/linking.cmake)
+endif()
+
 # The objects are targets of their own so that unit tests can reach what the library hides.
 set(plugin_options -fvisibility=hidden -fvisibility-inlines-hidden)
 if(ZVK_COVERAGE)
@@ -63,11 +67,16 @@ target_compile_options(selection_objects PRIVATE ${plugin_options})
 # zvk_add_plugin(<target> <objects>...): the shared library made of the given objects.
 function(zvk_add_plugin target)
     list(TRANSFORM ARGN REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
-    add_library(${target} MODULE ${objects})
+    if(APPLE)
+        add_library(${target} SHARED ${objects})
+        zvk_link_for_macos(${target})
+    else()
+        add_library(${target} MODULE ${objects})
+        set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+        target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed)
+        set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+    endif()
     set_target_properties(${target} PROPERTIES PREFIX "" LINKER_LANGUAGE CXX)
-    set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-    target_link_options(${target} PRIVATE -Wl,--version-script=${exports} -Wl,--as-needed)
-    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
 endfunction()
 
 zvk_add_plugin(vandrel_picture plugin_objects selection_objects)
