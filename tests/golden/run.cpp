@@ -11,6 +11,7 @@
 
 #include "tests/support/pixels.h"
 #include "workbench/host/host.h"
+#include "workbench/plugins/open_plugin.h"
 
 namespace golden {
 namespace {
@@ -55,7 +56,7 @@ class Stage {
     Stage(const Case& item, const std::filesystem::path& plugin, std::string& report)
         : case_(item),
           pluginFile_(plugin),
-          library_(workbench::OpenSharedLibrary(plugin)),
+          library_(workbench::OpenPlugin(plugin)),
           host_(std::make_unique<Host>(SettingsFor(item, report))) {
         host_->LoadPlugin(*library_);
         const auto problems = host_->RegistrationProblems();

@@ -21,6 +21,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "workbench/macho/macho_library.h"
+
 namespace contract {
 namespace {
 
@@ -154,11 +156,27 @@ DynamicSection Read(const link_map& library) {
     return section;
 }
 
-void* StandInFor(std::string_view symbol) {
-    for (const StandIn& standIn : standIns) {
-        if (standIn.symbol == symbol) return standIn.function;
+// The places where a library of the system's own format keeps the address of an imported function.
+std::vector<void**> ImportSlots(const link_map& library, std::string_view symbol) {
+    std::vector<void**> slots;
+    const DynamicSection section = Read(library);
+    for (const auto& list : {section.relocations, section.callRelocations}) {
+        for (const ElfW(Rela) & relocation : list) {
+            const auto type = ELF64_R_TYPE(relocation.r_info);
+            if (type != R_X86_64_JUMP_SLOT && type != R_X86_64_GLOB_DAT) continue;
+            const ElfW(Sym)& imported = section.symbols[ELF64_R_SYM(relocation.r_info)];
+            if (section.names + imported.st_name != symbol) continue;
+            slots.push_back(At<void*>(library.l_addr + relocation.r_offset));
+        }
     }
-    return nullptr;
+    return slots;
+}
+
+std::vector<void**> ImportSlots(const workbench::PluginLibrary& library, std::string_view symbol) {
+    if (const auto* machO = dynamic_cast<const workbench::MachOLibrary*>(&library)) {
+        return machO->ImportSlots(symbol);
+    }
+    return ImportSlots(LibraryOf(reinterpret_cast<const void*>(library.EntryPoint())), symbol);
 }
 
 // The loader may have made the table of imports read-only after it had filled it.
@@ -172,14 +190,15 @@ void MakeWritable(void* address) {
 
 }  // namespace
 
-PluginAllocations::PluginAllocations(const void* functionOfThePlugin) : blocksBefore_(Blocks()) {
+PluginAllocations::PluginAllocations(const workbench::PluginLibrary& library)
+    : blocksBefore_(Blocks()) {
     if (watch != nullptr) throw std::logic_error("the plugin's memory is being watched already");
-    watch = this;
-    Patch(functionOfThePlugin);
-    if (patched_.empty()) {
-        watch = nullptr;
-        throw std::runtime_error("the plugin imports no function of the allocator");
+    for (const StandIn& standIn : standIns) {
+        for (void** const slot : ImportSlots(library, standIn.symbol))
+            Patch(slot, standIn.function);
     }
+    if (patched_.empty()) throw std::runtime_error("the plugin does not import the allocator");
+    watch = this;
 }
 
 PluginAllocations::~PluginAllocations() {
@@ -188,22 +207,10 @@ PluginAllocations::~PluginAllocations() {
     watch = nullptr;
 }
 
-void PluginAllocations::Patch(const void* functionOfThePlugin) {
-    const link_map& library = LibraryOf(functionOfThePlugin);
-    const DynamicSection section = Read(library);
-    for (const auto& list : {section.relocations, section.callRelocations}) {
-        for (const ElfW(Rela) & relocation : list) {
-            const auto type = ELF64_R_TYPE(relocation.r_info);
-            if (type != R_X86_64_JUMP_SLOT && type != R_X86_64_GLOB_DAT) continue;
-            const ElfW(Sym)& symbol = section.symbols[ELF64_R_SYM(relocation.r_info)];
-            void* const standIn = StandInFor(section.names + symbol.st_name);
-            if (standIn == nullptr) continue;
-            void** const slot = At<void*>(library.l_addr + relocation.r_offset);
-            MakeWritable(slot);
-            patched_.push_back({slot, *slot});
-            *slot = standIn;
-        }
-    }
+void PluginAllocations::Patch(void** slot, void* standIn) {
+    MakeWritable(slot);
+    patched_.push_back({slot, *slot});
+    *slot = standIn;
 }
 
 void PluginAllocations::Restart(std::uint64_t first, std::uint64_t last) {

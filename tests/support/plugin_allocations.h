@@ -9,13 +9,15 @@
 #include <unordered_set>
 #include <vector>
 
+#include "workbench/host/plugin_library.h"
+
 namespace contract {
 
 class PluginAllocations {
   public:
-    /// Starts watching the loaded library that the function belongs to. Throws std::runtime_error
-    /// if the library does not import the allocator, so that no test watches nothing.
-    explicit PluginAllocations(const void* functionOfThePlugin);
+    /// Starts watching a loaded library. Throws std::runtime_error if it does not import the
+    /// allocator, so that no test watches nothing.
+    explicit PluginAllocations(const workbench::PluginLibrary& library);
     PluginAllocations(const PluginAllocations&) = delete;
     PluginAllocations& operator=(const PluginAllocations&) = delete;
     ~PluginAllocations();
@@ -52,7 +54,7 @@ class PluginAllocations {
     bool Grants(std::size_t size);
 
   private:
-    void Patch(const void* functionOfThePlugin);
+    void Patch(void** slot, void* standIn);
     void Restart(std::uint64_t first, std::uint64_t last);
 
     struct PatchedImport {

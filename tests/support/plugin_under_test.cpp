@@ -16,6 +16,7 @@ std::string PluginOfLevel(const std::string& level) {
 }
 
 std::string PluginUnderTest() {
+    if (const char* file = std::getenv("ZVK_TEST_PLUGIN")) return file;
     const char* level = std::getenv("ZVK_TEST_LEVEL");
     if (level == nullptr) return ZVK_PLUGIN;
     if (!MachineOffers(level)) {

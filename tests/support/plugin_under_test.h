@@ -13,9 +13,9 @@ inline constexpr std::array<const char*, 4> instructionLevels = {"baseline", "ss
 /// The file of the plugin's build for one level.
 std::string PluginOfLevel(const std::string& level);
 
-/// The plugin as shipped, or the build for one level of instruction sets that the environment
-/// variable ZVK_TEST_LEVEL names. A program whose machine does not offer that level ends with the
-/// status that CTest counts as skipped.
+/// The plugin as shipped, or the file that the environment variable ZVK_TEST_PLUGIN names, or the
+/// build for one level of instruction sets that ZVK_TEST_LEVEL names. A program whose machine does
+/// not offer that level ends with the status that CTest counts as skipped.
 std::string PluginUnderTest();
 
 }  // namespace contract

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/plugin_under_test.h"
+#include "workbench/plugins/open_plugin.h"
 
 namespace contract {
 namespace {
@@ -25,15 +26,14 @@ HostSettings Reporting(HostSettings settings) {
 }  // namespace
 
 Session::Session(HostSettings settings, const std::function<void(Session&)>& prepare)
-    : Session(workbench::OpenSharedLibrary(PluginUnderTest()), std::move(settings), prepare) {
+    : Session(workbench::OpenPlugin(PluginUnderTest()), std::move(settings), prepare) {
 }
 
 Session::Session(std::unique_ptr<workbench::PluginLibrary> library, HostSettings settings,
                  const std::function<void(Session&)>& prepare)
     : library_(std::move(library)),
       host_(std::make_unique<Host>(Reporting(std::move(settings)))),
-      allocations_(std::make_unique<PluginAllocations>(
-          reinterpret_cast<const void*>(library_->EntryPoint()))) {
+      allocations_(std::make_unique<PluginAllocations>(*library_)) {
     if (prepare) prepare(*this);
     host_->LoadPlugin(*library_);
     blocksKept_ = allocations_->LiveBlocks();

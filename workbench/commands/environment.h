@@ -8,6 +8,7 @@
 #include <string>
 
 #include "workbench/host/plugin_library.h"
+#include "workbench/plugins/open_plugin.h"
 
 namespace workbench {
 
@@ -19,7 +20,7 @@ struct Environment {
 
     /// Loads a plugin's file; throws PluginError.
     std::function<std::unique_ptr<PluginLibrary>(const std::filesystem::path&)> openPlugin =
-        OpenSharedLibrary;
+        OpenPlugin;
 
     std::string version;  // of the program
 };
