@@ -10,16 +10,15 @@ int grantsLeft = -1;
 
 }  // namespace
 
-// The names are the linker's (its option --wrap).
-// NOLINTBEGIN(bugprone-reserved-identifier)
-extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+// The linker's names for both are reserved (its option --wrap).
+void* RealCalloc(std::size_t count, std::size_t size) __asm__("__real_calloc");
+void* StandInForCalloc(std::size_t count, std::size_t size) __asm__("__wrap_calloc");
 
-extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
+void* StandInForCalloc(std::size_t count, std::size_t size) {
     const bool isRefused = grantsLeft == 0;
     if (grantsLeft >= 0) --grantsLeft;
-    return isRefused ? nullptr : __real_calloc(count, size);
+    return isRefused ? nullptr : RealCalloc(count, size);
 }
-// NOLINTEND(bugprone-reserved-identifier)
 
 namespace zvk::testing {
 
