@@ -11,6 +11,7 @@
 
 #include "tests/reference/image.h"
 #include "tests/reference/resampler.h"
+#include "tests/support/layouts.h"
 #include "tests/support/pixels.h"
 #include "tests/support/session.h"
 
@@ -107,29 +108,21 @@ TEST(HostDrawing, CopiesRowsWhereTheGraphicsObjectCannotDraw) {
     ExpectPixels(reference::Resample(ImageOf(*source), box, 5, 3, 8), *result, "copied by rows");
 }
 
+// The copy is as large as the source says it is, and the source's rows are as they are.
 TEST(HostDrawing, CopiesNothingBetweenPicturesOfDifferentSizesAndUnlocksBoth) {
     HostSettings settings = UndecidedConsole();
     settings.missingServices = {graphicsService};
-    Session session(settings);
-    const auto source = session.Create(5, 3);
-    source->Fill(workbench::black);
-    source->reportedWidth = 6;
-    const auto result = session.Scaling(source.Handle(), box, 6, 3);
-    ASSERT_TRUE(result);
-    EXPECT_THAT(ImageOf(*result).words, Each(0x00FFFFFFU)) << "as the host made the copy";
-    EXPECT_EQ(source->Locks(), 0);
-}
-
-TEST(HostDrawing, CopiesNothingBetweenPicturesOfDifferentHeights) {
-    HostSettings settings = UndecidedConsole();
-    settings.missingServices = {graphicsService};
-    Session session(settings);
-    const auto source = session.Create(5, 3);
-    source->Fill(workbench::black);
-    source->reportedHeight = 2;
-    const auto result = session.Scaling(source.Handle(), box, 5, 2);
-    ASSERT_TRUE(result);
-    EXPECT_THAT(ImageOf(*result).words, Each(0x00FFFFFFU)) << "as the host made the copy";
+    for (const Size reported : {Size{6, 3}, Size{5, 2}}) {
+        Session session(settings);
+        const auto source = session.Create(5, 3);
+        source->Fill(workbench::black);
+        source->reportedWidth = reported.width;
+        source->reportedHeight = reported.height;
+        const auto result = session.Scaling(source.Handle(), box, reported.width, reported.height);
+        ASSERT_TRUE(result);
+        EXPECT_THAT(ImageOf(*result).words, Each(0x00FFFFFFU)) << "as the host made the copy";
+        EXPECT_EQ(source->Locks(), 0);
+    }
 }
 
 TEST(HostDrawing, CopiesNothingToAPictureThatIsNoConsoleImage) {
