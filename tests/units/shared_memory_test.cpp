@@ -1,5 +1,6 @@
-// New pictures that a host hands out in the source's own memory: what is written changes what is
-// read after it, in the order of the definition, whichever way is faster.
+// New pictures that a host hands out in the source's own memory, with rows that share theirs, or
+// smaller than they should be: what is written changes what is read or written after it, in the
+// order of the definition, whichever way is faster.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,6 +42,32 @@ std::vector<std::uint8_t> memory;
 TestPicture source;
 TestPicture created;
 
+// One pixel to the right of the source and a row below it, in the same memory.
+void LieInTheSource(int width, int height) {
+    created.Describe(memory.data() + stride + 4, width, height);
+}
+
+void LieApart(int width, int height) {
+    created.Describe(memory.data() + 24 * stride, width, height);
+}
+
+// Apart from the source, with fewer rows than were asked for.
+void LackRows(int width, int height) {
+    LieApart(width, height - 3);
+}
+
+// Apart from the source, each row beginning inside the one before it, between two pixels.
+void OverlapRows(int width, int height) {
+    LieApart(width, height);
+    for (int*& row : created.rows) {
+        const std::ptrdiff_t place = &row - created.rows.data();
+        row = reinterpret_cast<int*>(memory.data() + 24 * stride + place * (9 * 4 + 2));
+    }
+}
+
+// How the host lays out the next new picture.
+void (*layOut)(int width, int height) = LieInTheSource;
+
 REALboolean Lock(REALpicture picture, REALpictureDescription* description, REALinteger kind) {
     if (kind != static_cast<REALinteger>(REALdescriptionKind::ConsoleImage)) return 0;
     REALconsoleImage& image = static_cast<TestPicture*>(picture)->image;
@@ -51,10 +78,14 @@ REALboolean Lock(REALpicture picture, REALpictureDescription* description, REALi
     return 1;
 }
 
-// One pixel to the right of the source and a row below it, in the same memory.
 REALpicture NewPicture(REALinteger width, REALinteger height, REALinteger /*depth*/) {
-    created.Describe(memory.data() + stride + 4, static_cast<int>(width), static_cast<int>(height));
+    layOut(static_cast<int>(width), static_cast<int>(height));
     return &created;
+}
+
+REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {
+    *value = name[0] == 'W' ? source.image.sx : source.image.sy;
+    return 1;
 }
 
 void Count(REALobject /*object*/) {
@@ -68,6 +99,7 @@ class SharedMemory : public ::testing::Test {
         host.Offer("REALLockObject", Count);
         host.Offer("REALUnlockObject", Count);
         runtimeKind = RuntimeKind::Console;
+        layOut = LieInTheSource;
     }
     ~SharedMemory() override { runtimeKind = RuntimeKind::Unknown; }
 
@@ -83,42 +115,64 @@ class SharedMemory : public ::testing::Test {
         return memory;
     }
 
-    // An interval that never passes keeps a method to the order that a host could see.
+    // A method does the same where nobody looks as with an interval that never passes, which keeps
+    // it to the order that a host could see.
+    static void ExpectScaledInOrder() {
+        for (REALinteger mode = 1; mode <= 7; ++mode) {
+            const auto withInterval = [mode](REALinteger interval) {
+                return After(20, 12,
+                             [&] { return PictureScalingZVK(&source, mode, 31, 24, interval); });
+            };
+            EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
+        }
+    }
+
+    static void ExpectBlurredInOrder() {
+        for (const double radius : {1.0, 3.0, 9.0}) {
+            const auto withInterval = [radius](REALinteger interval) {
+                return After(30, 20, [&] { return BlurZVK(&source, radius, interval); });
+            };
+            EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
+        }
+    }
+
+    void ExpectEnlargedInOrder() {
+        host.Offer("REALGetPropValueInteger", ReadSize);
+        const auto withInterval = [](REALinteger interval) {
+            return After(17, 9, [&] { return VandrelZVK(&source, 40, 24, 1, interval); });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never));
+    }
+
     static constexpr REALinteger never = std::numeric_limits<REALinteger>::max();
 
     FakeHost host;
 };
 
 TEST_F(SharedMemory, IsReadByScalingBeforeItIsWritten) {
-    for (REALinteger mode = 1; mode <= 7; ++mode) {
-        const auto withInterval = [mode](REALinteger interval) {
-            return After(20, 12,
-                         [&] { return PictureScalingZVK(&source, mode, 31, 25, interval); });
-        };
-        EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
-    }
+    ExpectScaledInOrder();
 }
 
 TEST_F(SharedMemory, IsBlurredInTheDefinitionsOrder) {
-    for (const double radius : {1.0, 3.0, 9.0}) {
-        const auto withInterval = [radius](REALinteger interval) {
-            return After(30, 20, [&] { return BlurZVK(&source, radius, interval); });
-        };
-        EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
-    }
-}
-
-REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {
-    *value = name[0] == 'W' ? source.image.sx : source.image.sy;
-    return 1;
+    ExpectBlurredInOrder();
 }
 
 TEST_F(SharedMemory, IsEnlargedByteAfterByte) {
-    host.Offer("REALGetPropValueInteger", ReadSize);
-    const auto withInterval = [](REALinteger interval) {
-        return After(17, 9, [&] { return VandrelZVK(&source, 40, 30, 1, interval); });
-    };
-    EXPECT_EQ(withInterval(0), withInterval(never));
+    ExpectEnlargedInOrder();
+}
+
+TEST_F(SharedMemory, OfRowsIsWrittenInTheDefinitionsOrder) {
+    layOut = OverlapRows;
+    ExpectScaledInOrder();
+    ExpectBlurredInOrder();
+    ExpectEnlargedInOrder();
+}
+
+TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
+    layOut = LackRows;
+    ExpectScaledInOrder();
+    ExpectBlurredInOrder();
+    ExpectEnlargedInOrder();
 }
 
 TEST_F(SharedMemory, IsAveragedPixelByPixel) {
