@@ -424,7 +424,10 @@ TEST_P(DrawingIntoSharedMemory, DrawsOneWindowOfAPictureOntoAnother) {
 
 TEST_P(DrawingIntoSharedMemory, DrawsThroughAMaskInTheMemoryDrawnOnto) {
     std::uint64_t seed = 3300;
-    for (const Placement& placement : placements) {
+    // The last ones read the mask where the pixel before has just been drawn.
+    std::vector<Placement> overMask = placements;
+    overMask.insert(overMask.end(), {{3.5, 0.25}, {3.25, 0.5, 0.9}, {4.5, 1.5}});
+    for (const Placement& placement : overMask) {
         Session session(GuardedHost(GetParam()));
         const auto owner = session.Create(SourceOptions(GetParam(), {14, 11}));
         const auto picture = session.Create(SourceOptions(GetParam(), {8, 6}));
@@ -449,6 +452,21 @@ INSTANTIATE_TEST_SUITE_P(FractionalDrawing, DrawingIntoSharedMemory,
                          ::testing::Values(Layouts{1, 1, false}, Layouts{4, 4, false},
                                            Layouts{8, 8, false}),
                          ::testing::PrintToStringParamName());
+
+TEST(FractionalDrawing, TakesAMaskWithoutRowsForABlackOne) {
+    Session session(Desktop());
+    const auto self = session.Create(7, 6);
+    const auto picture = session.Create(4, 3);
+    const auto mask = session.Create(4, 3);
+    self->Fill(workbench::white);
+    picture->Fill(workbench::black);
+    mask->Fill(workbench::white);
+    session.host().SetMask(*picture, &*mask);
+    mask->Context()->height = 0;
+    EXPECT_TRUE(session.DrawPicture(self.Handle(), picture.Handle(), 1, 1));
+    for (int x = 1; x < 5; ++x)
+        EXPECT_EQ(self->At(x, 2).red, 0) << x;
+}
 
 // What is asked of the host.
 
