@@ -104,6 +104,32 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
     }
 }
 
+// The sum of a long box at a multiple of its length, which the product with a rounded reciprocal
+// may miss, and just below one, where rounding reaches farthest.
+TEST_P(ScalingRowKernels, AverageLongBoxesWhoseMeansAreWholeOrNearly) {
+    for (const std::int64_t boxWidth : {41, 47, 55, 1000, 5000, 8191, 8192, 8193, 16383, 32767}) {
+        for (int level = 1; level <= 255; ++level) {
+            std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth),
+                                             static_cast<std::uint8_t>(level));
+            source[0] = static_cast<std::uint8_t>(level - 1);
+            const std::vector<std::int32_t> starts(4, 0);
+            std::vector<std::uint8_t> found(16);
+            kernels().averageRow({.source = source.data(),
+                                  .sourceOrder = layouts::colourFirst,
+                                  .sourceWidth = boxWidth,
+                                  .starts = starts.data(),
+                                  .boxWidth = boxWidth,
+                                  .boxHeight = 1,
+                                  .rounded = false,
+                                  .order = layouts::colourFirst,
+                                  .width = 4,
+                                  .destination = found.data()});
+            ASSERT_EQ(found[0], level - 1) << boxWidth;
+            ASSERT_EQ(found[1], level) << boxWidth;
+        }
+    }
+}
+
 void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_t width,
                                            std::uint32_t mask) {
     GuardedBytes nearRow(4 * sourceWidth);
