@@ -176,6 +176,35 @@ TEST_P(FilterRowKernels, BlurEveryWidthAndManyRadiiAndTouchNothingElse) {
     EXPECT_TRUE(Quotient::Exists(2 * 128 + 1)) << "the greatest radius";
 }
 
+// Sums at multiples of a box's length and beside them, where quotients are told apart.
+TEST_P(FilterRowKernels, DivideLongSumsBesideWholeMeans) {
+    for (const std::int32_t boxLength : {3, 41, 259, 1001, 65537, 8388605}) {
+        std::vector<std::int32_t> sums;
+        std::vector<int> expected;
+        for (std::int32_t level = 1; level <= 255; ++level) {
+            for (std::int32_t sum = level * boxLength - 1; sum <= level * boxLength + 1; ++sum) {
+                sums.insert(sums.end(), 4, sum);
+                expected.push_back(sum / boxLength);
+            }
+        }
+        const std::vector<std::uint8_t> row(sums.size());
+        std::vector<std::uint8_t> found(sums.size());
+        kernels().blurColumnsLong({.leaving = row.data(),
+                                   .entering = row.data(),
+                                   .sums = sums.data(),
+                                   .width = static_cast<std::int64_t>(expected.size()),
+                                   .boxLength = boxLength,
+                                   .sourceOrder = layouts::console,
+                                   .order = layouts::console,
+                                   .destination = found.data()});
+        for (std::size_t x = 0; x < expected.size(); ++x) {
+            for (std::size_t channel = 0; channel < 3; ++channel)
+                ASSERT_EQ(found[4 * x + channel], expected[x])
+                    << "sum " << sums[4 * x] << " by " << boxLength;
+        }
+    }
+}
+
 // Two rows, so that the boxes have moved on.
 void FilterRowKernels::CheckLongBlur(std::int64_t width, std::int32_t radius) {
     const std::int32_t boxLength = 2 * radius + 1;

@@ -190,6 +190,12 @@ TEST_P(ScalingRowKernels, InterpolateEveryWidthAndEveryByteAndTouchNothingElse) 
     CheckInterpolation(1000, 1003, 0xFFFFFFFF);
 }
 
+// So many bytes that some sums lie where the order of the additions decides.
+TEST_P(ScalingRowKernels, InterpolateMillionsOfBytesInTheDefinitionsOrder) {
+    for (int round = 0; round < 256; ++round)
+        CheckInterpolation(2000, 4099, 0xFFFFFFFF);
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, ScalingRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),
                          testing::LevelName);
 
