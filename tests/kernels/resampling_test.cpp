@@ -323,8 +323,56 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
     }
 }
 
+// One list that is decided in two sums, and one that would come out otherwise that way: its weights
+// are sixths, which give exact halves but are rounded when they are normalised.
+TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
+    constexpr std::int64_t width = 64;
+    GuardedBytes rows(4 * width * 3 + rowPadding);
+    const PixelRows places{.places = rows.data(), .stride = 4 * width, .capacity = 3};
+    std::vector<Contribution> often = {{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}};
+    std::vector<Contribution> sixths = {{1.0F, 0}, {3.0F, 1}, {2.0F, 2}};
+    const std::array lists = {ListOf(often, 1.0F), ListOf(sixths, 6.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    ASSERT_TRUE(bounded.SharesRows(0));
+    ASSERT_EQ(bounded.lists()[0].decision, Decision::InTwoSums);
+    ASSERT_EQ(bounded.lists()[1].decision, Decision::ByBounds);
+    for (const Picture picture : pictures) {
+        Fill(rows, picture, random);
+        std::array<std::vector<std::uint8_t>, rowsBlended> found;
+        found.fill(std::vector<std::uint8_t>(4 * width));
+        kernels().blendRows({.rows = places,
+                             .numbers = {},
+                             .rowOrder = layouts::console,
+                             .lists = bounded.lists(),
+                             .listCount = rowsBlended,
+                             .order = layouts::console,
+                             .width = width,
+                             .destinations = {found[0].data(), found[1].data()},
+                             .streams = false});
+        for (std::size_t row = 0; row < found.size(); ++row) {
+            std::vector<std::uint8_t> expected(4 * width);
+            ResampleColumns(places, layouts::console, lists[row], layouts::console, width,
+                            expected.data());
+            ASSERT_EQ(found[row], expected) << "row " << row;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
                          testing::LevelName);
+
+// A mean so little below a half that, were the half of the weights' sum added before the division,
+// it would be rounded up.
+TEST(Definition, AddsAHalfToTheQuotient) {
+    std::array<std::uint8_t, 8> row{};
+    row.fill(1);
+    std::vector<Contribution> entries = {{2.5F, 0}, {-0x1p-51F, 1}};
+    const ContributionList list = ListOf(entries, 5.0F);
+    EXPECT_EQ(ResampleRowChannel(row.data(), list), 0);
+    const PixelRows rows{.places = row.data(), .stride = 4, .capacity = 2};
+    EXPECT_EQ(ResampleColumnChannel(rows, 0, list), 0);
+}
 
 BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
     const std::array lists = {ListOf(entries, weightSum)};
