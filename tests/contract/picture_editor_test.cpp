@@ -379,13 +379,15 @@ TEST(PictureEditor, CopiesNoPictureWithAnAlphaChannel) {
 }
 
 TEST(PictureEditor, MakesNoCopyOfAPictureOfNoSize) {
-    for (const REALinteger size : {0, -1}) {
-        Session session(Desktop());
-        const auto source = session.Create(3, 2);
-        source->refusesLocks = true;
-        source->reportedWidth = size;
-        session.host().Failing().ForgetCalls();
-        ExpectRefused(session, *source);
+    for (const auto side : {&Picture::reportedWidth, &Picture::reportedHeight}) {
+        for (const REALinteger size : {0, -1}) {
+            Session session(Desktop());
+            const auto source = session.Create(3, 2);
+            source->refusesLocks = true;
+            (*source).*side = size;
+            session.host().Failing().ForgetCalls();
+            ExpectRefused(session, *source);
+        }
     }
 }
 
