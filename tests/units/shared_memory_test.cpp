@@ -47,6 +47,11 @@ void LieInTheSource(int width, int height) {
     created.Describe(memory.data() + stride + 4, width, height);
 }
 
+// One pixel to the right of the source, in the same rows.
+void LieInTheSourcesRows(int width, int height) {
+    created.Describe(memory.data() + 4, width, height);
+}
+
 void LieApart(int width, int height) {
     created.Describe(memory.data() + 24 * stride, width, height);
 }
@@ -177,31 +182,36 @@ TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
 
 TEST_F(SharedMemory, IsAveragedPixelByPixel) {
     host.Offer("REALGetPropValueInteger", ReadSize);
-    const auto found = After(30, 3, [] { return VandrelZVK(&source, 29, 2, 0, 0); });
+    for (const auto layout : {LieInTheSource, LieInTheSourcesRows}) {
+        layOut = layout;
+        const auto found = After(30, 3, [] { return VandrelZVK(&source, 29, 2, 0, 0); });
 
-    After(30, 3, [] { return NewPicture(29, 2, 32); });
-    std::vector<std::int32_t> starts;
-    for (int x = 0; x < 29; ++x)
-        starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
-    for (int y = 0; y < 2; ++y) {
-        kernels::AverageRow({.source = memory.data() + static_cast<int>(y * 1.5) * stride,
-                             .sourceOrder = layouts::console,
-                             .sourceWidth = 30,
-                             .starts = starts.data(),
-                             .boxWidth = 2,
-                             .boxHeight = 2,
-                             .rounded = false,
-                             .order = layouts::console,
-                             .width = 29,
-                             .destination = memory.data() + (y + 1) * stride + 4});
+        After(30, 3, [] { return NewPicture(29, 2, 32); });
+        std::vector<std::int32_t> starts;
+        for (int x = 0; x < 29; ++x)
+            starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
+        for (std::size_t y = 0; y < 2; ++y) {
+            const auto row = static_cast<std::size_t>(static_cast<double>(y) * 1.5);
+            kernels::AverageRow({.source = reinterpret_cast<std::uint8_t*>(source.rows[row]),
+                                 .sourceOrder = layouts::console,
+                                 .sourceWidth = 30,
+                                 .starts = starts.data(),
+                                 .boxWidth = 2,
+                                 .boxHeight = 2,
+                                 .rounded = false,
+                                 .order = layouts::console,
+                                 .width = 29,
+                                 .destination = reinterpret_cast<std::uint8_t*>(created.rows[y])});
+        }
+        EXPECT_EQ(found, memory);
     }
-    EXPECT_EQ(found, memory);
 }
 
 TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
     memory.resize(memorySize);
     const auto shares = [](std::int64_t offset, int width, int height) {
         source.Describe(memory.data(), 10, 4);
+        std::ranges::reverse(source.rows);
         created.Describe(memory.data() + offset, width, height);
         PictureEditor first;
         PictureEditor second;
@@ -209,6 +219,7 @@ TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
         EXPECT_TRUE(second.GetPictureEditor(&created, false, false));
         return SharesPixels(first, second);
     };
+    // The source's rows descend in memory.
     EXPECT_TRUE(shares(0, 10, 4));
     EXPECT_TRUE(shares(3 * stride + 36, 5, 9));
     EXPECT_FALSE(shares(3 * stride + 40, 5, 9)) << "begins where the last row ends";
@@ -231,6 +242,12 @@ TEST_F(SharedMemory, OfRowsIsFoundUnlessTheyFollowEachOther) {
     EXPECT_FALSE(separate()) << "a row twice";
     created.rows[1] = created.rows[2] + 9;
     EXPECT_FALSE(separate()) << "one pixel in common";
+    created.Describe(memory.data(), 10, 4);
+    created.rows[2] = created.rows[1] + 9;
+    EXPECT_FALSE(separate()) << "one pixel in common, the first row first";
+    created.Describe(memory.data(), 10, 4);
+    created.rows[3] = created.rows[2];
+    EXPECT_FALSE(separate()) << "the last row twice";
 }
 
 }  // namespace
