@@ -540,6 +540,8 @@ TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
     const BoundedList list = BoundsOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
     EXPECT_EQ(list.slack, 0.0F);
     EXPECT_EQ(list.bias, 0.5F);
+    EXPECT_GT(BoundsOf({{0.125F + 0x1p-22F, 0}, {0.875F - 0x1p-22F, 1}}, 1.0F).slack, 0.0F)
+        << "nearly multiples";
 }
 
 TEST(BoundedLists, LieHalfAStepAboveForPlainMeans) {
@@ -589,7 +591,8 @@ TEST(BoundedLists, FitTwoSumsWhereAPowerOfTwoNormalisesAFewWeightsOfLikeSize) {
     EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 1.0F), Decision::ByTwoSums);
     EXPECT_EQ(decisionOf({{0.6F, 0}, {1.4F, 1}}, 2.0F), Decision::ByTwoSums);
     EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F), Decision::ByBounds);
-    EXPECT_EQ(decisionOf({{0.0001F, 0}, {0.9999F, 1}}, 1.0F), Decision::ByBounds);
+    EXPECT_EQ(decisionOf({{0.0005F, 0}, {0.3F, 1}, {0.6995F, 2}}, 1.0F), Decision::ByTwoSums);
+    EXPECT_EQ(decisionOf({{0.0004F, 0}, {0.3F, 1}, {0.6996F, 2}}, 1.0F), Decision::ByBounds);
     EXPECT_EQ(decisionOf({{2.5F, 0}, {-1.5F, 1}}, 1.0F), Decision::ByBounds);
     std::vector<Contribution> many;
     for (std::int32_t pixel = 0; pixel < 9; ++pixel)
@@ -639,6 +642,19 @@ TEST(BoundedLists, NameTheSameRowsAsTheirNeighboursWhereThatCostsLittle) {
     EXPECT_EQ(bounded.FirstNeededFrom(1), 4);
     EXPECT_EQ(bounded.EndOf(0), 7);
     EXPECT_EQ(bounded.longestSpan(), 3);
+}
+
+TEST(BoundedLists, NeedRowsFromTheFirstThatAnyLaterListNames) {
+    std::vector<Contribution> narrow = {{0.3F, 5}, {0.7F, 6}};
+    std::vector<Contribution> wide = {{0.1F, 4}, {0.3F, 5}, {0.4F, 6}, {0.2F, 7}};
+    const std::array lists = {ListOf(narrow, 1.0F), ListOf(narrow, 1.0F), ListOf(wide, 1.0F),
+                              ListOf(wide, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    ASSERT_EQ(bounded.lists()[0].first, 5);
+    for (std::int64_t index = 0; index < 4; ++index)
+        EXPECT_EQ(bounded.FirstNeededFrom(index), 4) << index;
+    EXPECT_EQ(bounded.longestSpan(), 4);
 }
 
 TEST(BoundedLists, AreServedTogetherOnlyIfTheyNameTheSameRowsInTheSameWay) {
