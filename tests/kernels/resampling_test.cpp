@@ -324,14 +324,14 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
 }
 
 // One list that is decided in two sums, and one that would come out otherwise that way: its weights
-// are sixths, which give exact halves but are rounded when they are normalised.
+// are tenths, which give exact halves but are rounded when they are normalised, the greater down.
 TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
     constexpr std::int64_t width = 64;
     GuardedBytes rows(4 * width * 3 + rowPadding);
     const PixelRows places{.places = rows.data(), .stride = 4 * width, .capacity = 3};
     std::vector<Contribution> often = {{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}};
-    std::vector<Contribution> sixths = {{1.0F, 0}, {3.0F, 1}, {2.0F, 2}};
-    const std::array lists = {ListOf(often, 1.0F), ListOf(sixths, 6.0F)};
+    std::vector<Contribution> tenths = {{7.0F, 0}, {3.0F, 2}};
+    const std::array lists = {ListOf(often, 1.0F), ListOf(tenths, 10.0F)};
     BoundedTable bounded;
     ASSERT_TRUE(bounded.Build(lists));
     ASSERT_TRUE(bounded.SharesRows(0));

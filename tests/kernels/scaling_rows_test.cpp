@@ -107,7 +107,7 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
 // The sum of a long box at a multiple of its length, which the product with a rounded reciprocal
 // may miss, and just below one, where rounding reaches farthest.
 TEST_P(ScalingRowKernels, AverageLongBoxesWhoseMeansAreWholeOrNearly) {
-    for (const std::int64_t boxWidth : {41, 47, 55, 1000, 5000, 8191, 8192, 8193, 16383, 32767}) {
+    for (const std::int64_t boxWidth : {41, 47, 55, 1000, 8192, 8193, 26071, 26169, 44732}) {
         for (int level = 1; level <= 255; ++level) {
             std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth),
                                              static_cast<std::uint8_t>(level));
