@@ -366,13 +366,36 @@ TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
                     expected[x + to.blue] = source.data()[x + from.blue];
                     expected[x + to.alpha] = to.opaque;
                 }
-                // A row may begin anywhere, also between the places of two pixels.
-                const auto shift = static_cast<std::int64_t>(random() % 4);
-                GuardedBytes found(4 * width + (guard == Guard::Behind ? shift : 0), guard);
-                std::uint8_t* const row = found.data() + found.size() - expected.size();
-                kernels().copyRow({source.data(), from, row, to, width, random() % 2 == 0});
-                ASSERT_EQ(std::vector(row, row + expected.size()), expected);
+                GuardedBytes found(4 * width, guard);
+                kernels().copyRow(
+                    {source.data(), from, found.data(), to, width, random() % 2 == 0});
+                ASSERT_EQ(std::vector(found.data(), found.data() + found.size()), expected);
             }
+        }
+    }
+}
+
+// A row may begin anywhere, also where no pixel of an aligned row would.
+TEST_P(FilterRowKernels, CopyRowsThatBeginBetweenPixels) {
+    constexpr std::uint8_t untouched = 0xAA;
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        const auto size = static_cast<std::size_t>(4 * width);
+        std::vector<std::uint8_t> source(size);
+        for (std::uint8_t& byte : source)
+            byte = static_cast<std::uint8_t>(random());
+        for (std::size_t shift = 1; shift < 4; ++shift) {
+            std::vector<std::uint8_t> found(size + 4, untouched);
+            std::vector<std::uint8_t> expected = found;
+            for (std::size_t x = 0; x < size; x += 4) {
+                expected[shift + x + layouts::console.red] = source[x + layouts::colourLast.red];
+                expected[shift + x + layouts::console.green] =
+                    source[x + layouts::colourLast.green];
+                expected[shift + x + layouts::console.blue] = source[x + layouts::colourLast.blue];
+                expected[shift + x + layouts::console.alpha] = layouts::console.opaque;
+            }
+            kernels().copyRow({source.data(), layouts::colourLast, found.data() + shift,
+                               layouts::console, width, random() % 2 == 0});
+            ASSERT_EQ(found, expected) << "width " << width << " shift " << shift;
         }
     }
 }
