@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """Tests of what a catalogue of mutations may look like."""
 
 import sys
