@@ -122,11 +122,12 @@ class SharedMemory : public ::testing::Test {
 
     // A method does the same where nobody looks as with an interval that never passes, which keeps
     // it to the order that a host could see.
-    static void ExpectScaledInOrder() {
+    static void ExpectScaledInOrder(int width = 31, int height = 24) {
         for (REALinteger mode = 1; mode <= 7; ++mode) {
-            const auto withInterval = [mode](REALinteger interval) {
-                return After(20, 12,
-                             [&] { return PictureScalingZVK(&source, mode, 31, 24, interval); });
+            const auto withInterval = [&](REALinteger interval) {
+                return After(20, 12, [&] {
+                    return PictureScalingZVK(&source, mode, width, height, interval);
+                });
             };
             EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
         }
@@ -156,6 +157,10 @@ class SharedMemory : public ::testing::Test {
 
 TEST_F(SharedMemory, IsReadByScalingBeforeItIsWritten) {
     ExpectScaledInOrder();
+}
+
+TEST_F(SharedMemory, IsReadByScalingToTheSameSizeBeforeItIsWritten) {
+    ExpectScaledInOrder(20, 12);
 }
 
 TEST_F(SharedMemory, IsBlurredInTheDefinitionsOrder) {
