@@ -117,6 +117,19 @@ TEST(Blur, GivesTheReferencesBytesForRandomCases) {
     }
 }
 
+// One pixel that is not white keeps the mean of every box around it just below white.
+TEST(Blur, TruncatesMeansThatAreNearlyWhiteAtEveryRadius) {
+    for (int radius = 1; radius <= 140; ++radius) {
+        Session session(Desktop());
+        const auto source = session.Create(5, 5);
+        source->Fill(workbench::white);
+        source->Put(2, 2, workbench::Grey(254));
+        const auto result = session.Blur(source.Handle(), radius);
+        ASSERT_TRUE(result) << radius;
+        EXPECT_EQ(result->At(2, 2).red, 254) << radius;
+    }
+}
+
 TEST(Blur, GivesThePictureItselfForRadiiBelowOne) {
     for (const double radius :
          {0.99, 0.0, -0.5, -3.0, std::nan(""), -infinity, infinity, 2147483648.0, 1e300, -1e300}) {

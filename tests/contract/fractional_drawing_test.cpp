@@ -11,6 +11,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/reference/fractional_drawing.h"
@@ -438,25 +439,33 @@ TEST_P(DrawingIntoSharedMemory, DrawsOneWindowOfAPictureOntoAnother) {
 }
 
 TEST_P(DrawingIntoSharedMemory, DrawsThroughAMaskInTheMemoryDrawnOnto) {
+    // The mask begins to the right of what is drawn onto, and to the left of it.
+    const std::vector<std::pair<Window, Window>> ontoAndMask = {{{0, 0, {14, 11}}, {2, 1, {8, 6}}},
+                                                                {{2, 1, {12, 10}}, {0, 1, {8, 6}}}};
+    // The last ones read the mask where the pixel before has just been drawn.
+    std::vector<Placement> overMask = placements;
+    overMask.insert(overMask.end(), {{3.5, 0.25}, {3.25, 0.5, 0.9}, {-0.5, 0.25}, {0.5, 0.5, 0.9}});
     std::uint64_t seed = 3300;
-    for (const Placement& placement : placements) {
-        Session session(GuardedHost(GetParam()));
-        const auto owner = session.Create(SourceOptions(GetParam(), {14, 11}));
-        const auto picture = session.Create(SourceOptions(GetParam(), {8, 6}));
-        Random random(++seed);
-        FillRandomly(*owner, random);
-        FillRandomly(*picture, random);
-        const Window maskWindow = {2, 1, {8, 6}};
-        const auto mask = CreateWindow(session, *owner, maskWindow);
-        session.host().SetMask(*picture, &*mask);
-        reference::Image expected = ImageOf(*owner);
-        reference::Image source = ImageOf(*picture);
-        const reference::View maskView = ViewOf(expected, maskWindow);
-        reference::DrawFractionally(reference::ViewOf(expected), reference::ViewOf(source),
-                                    &maskView, placement.x, placement.y, placement.alpha);
-        EXPECT_TRUE(session.DrawPicture(owner.Handle(), picture.Handle(), placement.x, placement.y,
-                                        placement.alpha));
-        ExpectPixels(expected, *owner, Describe(placement, seed));
+    for (const auto& [onto, maskWindow] : ontoAndMask) {
+        for (const Placement& placement : overMask) {
+            Session session(GuardedHost(GetParam()));
+            const auto owner = session.Create(SourceOptions(GetParam(), {14, 11}));
+            const auto picture = session.Create(SourceOptions(GetParam(), {8, 6}));
+            Random random(++seed);
+            FillRandomly(*owner, random);
+            FillRandomly(*picture, random);
+            const auto self = CreateWindow(session, *owner, onto);
+            const auto mask = CreateWindow(session, *owner, maskWindow);
+            session.host().SetMask(*picture, &*mask);
+            reference::Image expected = ImageOf(*owner);
+            reference::Image source = ImageOf(*picture);
+            const reference::View maskView = ViewOf(expected, maskWindow);
+            reference::DrawFractionally(ViewOf(expected, onto), reference::ViewOf(source),
+                                        &maskView, placement.x, placement.y, placement.alpha);
+            EXPECT_TRUE(session.DrawPicture(self.Handle(), picture.Handle(), placement.x,
+                                            placement.y, placement.alpha));
+            ExpectPixels(expected, *owner, Describe(placement, seed));
+        }
     }
 }
 
@@ -464,6 +473,21 @@ INSTANTIATE_TEST_SUITE_P(FractionalDrawing, DrawingIntoSharedMemory,
                          ::testing::Values(Layouts{1, 1, false}, Layouts{4, 4, false},
                                            Layouts{8, 8, false}),
                          ::testing::PrintToStringParamName());
+
+TEST(FractionalDrawing, TakesAMaskWithoutRowsForABlackOne) {
+    Session session(Desktop());
+    const auto self = session.Create(7, 6);
+    const auto picture = session.Create(4, 3);
+    const auto mask = session.Create(4, 3);
+    self->Fill(workbench::white);
+    picture->Fill(workbench::black);
+    mask->Fill(workbench::white);
+    session.host().SetMask(*picture, &*mask);
+    mask->Context()->height = 0;
+    EXPECT_TRUE(session.DrawPicture(self.Handle(), picture.Handle(), 1, 1));
+    for (int x = 1; x < 5; ++x)
+        EXPECT_EQ(self->At(x, 2).red, 0) << x;
+}
 
 // What is asked of the host.
 

@@ -432,8 +432,8 @@ TEST(PictureEditor, CopiesNothingWithAnAlphaChannelOnHostsBeforeThereWereAny) {
 }
 
 TEST(PictureEditor, MakesNoCopyOfAPictureOfNoSize) {
-    for (const REALinteger size : {0, -1}) {
-        for (const auto side : {&Picture::reportedWidth, &Picture::reportedHeight}) {
+    for (const auto side : {&Picture::reportedWidth, &Picture::reportedHeight}) {
+        for (const REALinteger size : {0, -1}) {
             Session session(Desktop());
             const auto source = session.Create(3, 2);
             source->refusesLocks = true;

@@ -74,6 +74,26 @@ TEST(Yielding, HappensOnceWhileTheClockStands) {
     EXPECT_EQ(YieldsWith(-1, {day, 0}), 1U);
 }
 
+// The scale methods keep their time in one place, and the others each in their own.
+TEST(Yielding, CountsFromEveryCallAnew) {
+    Session session(Desktop());
+    const auto source = session.Create(2, 2);
+    const auto drawn = session.Create(2, 2);
+    session.host().Time().Set(day);
+    for (std::uint64_t round = 0; round < 2; ++round) {
+        EXPECT_TRUE(session.Scaling(source.Handle(), triangle, 3, 3, 1));
+        EXPECT_EQ(session.Yields(), 5 * round + 1);
+        EXPECT_TRUE(session.Scale(source.Handle(), 3, 3, false, 1));
+        EXPECT_EQ(session.Yields(), 5 * round + 2);
+        EXPECT_TRUE(session.ScaleImageAndMask(source.Handle(), 3, 3, false, 1));
+        EXPECT_EQ(session.Yields(), 5 * round + 3);
+        EXPECT_TRUE(session.Blur(source.Handle(), 1.0, 1));
+        EXPECT_EQ(session.Yields(), 5 * round + 4);
+        EXPECT_TRUE(session.DrawPicture(source.Handle(), drawn.Handle(), 0.5, 0.5, 1.0, 1));
+        EXPECT_EQ(session.Yields(), 5 * round + 5);
+    }
+}
+
 TEST(Yielding, OfOneTickComesAtMostOncePerTick) {
     // Three looks per tick: one at each point, and one more after each yield.
     const std::uint64_t yields = YieldsWith(1, {day, second / 60 / 3});

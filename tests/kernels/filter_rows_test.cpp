@@ -75,6 +75,22 @@ TEST(ScaledWeights, TruncateEveryProductAsTheWeightDoes) {
     EXPECT_GT(scaledCount, 2500) << "only where products round to whole numbers there is none";
 }
 
+TEST(WeightTables, HoldWeightsAsTheyAreWithoutAMask) {
+    std::mt19937_64 random(12);
+    WeightTables tables;
+    int roundedByAMask = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const auto weight = std::generate_canonical<double, 53>(random);
+        tables.Fill({weight, weight / 3.0, weight / 5.0, weight / 7.0}, false);
+        ASSERT_EQ(tables.topLeft[0], weight);
+        ASSERT_EQ(tables.topRight[0], weight / 3.0);
+        ASSERT_EQ(tables.bottomRight[0], weight / 5.0);
+        ASSERT_EQ(tables.bottomLeft[0], weight / 7.0);
+        roundedByAMask += MaskedWeight(0, weight) != weight ? 1 : 0;
+    }
+    EXPECT_GT(roundedByAMask, 0) << "a black mask shows everything, but not to the last bit";
+}
+
 TEST(ScaledWeights, DoNotExistOutsideZeroToOne) {
     for (const double weight : {-0.1, 1.0000001, std::nan(""), HUGE_VAL}) {
         EXPECT_FALSE(ScaleWeight(weight).has_value()) << weight;
@@ -174,6 +190,35 @@ TEST_P(FilterRowKernels, BlurEveryWidthAndManyRadiiAndTouchNothingElse) {
         if (Quotient::Exists(2 * radius + 1)) CheckBlur(33, radius, blurRowsAtOnce);
     }
     EXPECT_TRUE(Quotient::Exists(2 * 128 + 1)) << "the greatest radius";
+}
+
+// Sums at multiples of a box's length and beside them, where quotients are told apart.
+TEST_P(FilterRowKernels, DivideLongSumsBesideWholeMeans) {
+    for (const std::int32_t boxLength : {3, 41, 259, 1000003, 5000001, 8388605}) {
+        std::vector<std::int32_t> sums;
+        std::vector<int> expected;
+        for (std::int32_t level = 1; level <= 255; ++level) {
+            for (std::int32_t sum = level * boxLength - 1; sum <= level * boxLength + 1; ++sum) {
+                sums.insert(sums.end(), 4, sum);
+                expected.push_back(sum / boxLength);
+            }
+        }
+        const std::vector<std::uint8_t> row(sums.size());
+        std::vector<std::uint8_t> found(sums.size());
+        kernels().blurColumnsLong({.leaving = row.data(),
+                                   .entering = row.data(),
+                                   .sums = sums.data(),
+                                   .width = static_cast<std::int64_t>(expected.size()),
+                                   .boxLength = boxLength,
+                                   .sourceOrder = layouts::console,
+                                   .order = layouts::console,
+                                   .destination = found.data()});
+        for (std::size_t x = 0; x < expected.size(); ++x) {
+            for (std::size_t channel = 0; channel < 3; ++channel)
+                ASSERT_EQ(found[4 * x + channel], expected[x])
+                    << "sum " << sums[4 * x] << " by " << boxLength;
+        }
+    }
 }
 
 // Two rows, so that the boxes have moved on.
@@ -346,24 +391,27 @@ TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
     }
 }
 
-// A host may keep pixels at any address, where no vector ever starts on a boundary of its size.
-TEST_P(FilterRowKernels, CopyRowsToAndFromOddAddresses) {
-    const ChannelOrder order = testing::orders[1];
+// A row may begin anywhere, also where no pixel of an aligned row would.
+TEST_P(FilterRowKernels, CopyRowsThatBeginBetweenPixels) {
+    constexpr std::uint8_t untouched = 0xAA;
     for (std::int64_t width = 1; width <= 70; ++width) {
-        for (const std::int64_t shift : {1, 2, 3}) {
-            GuardedBytes source(4 * width + shift, Guard::Behind);
-            source.FillRandomly(random);
-            GuardedBytes found(4 * width + 4, Guard::Behind);
-            found.FillWith(77);
-            std::vector<std::uint8_t> expected(found.size(), 77);
-            for (std::int64_t byte = 0; byte < 4 * width; ++byte) {
-                expected[static_cast<std::size_t>(shift + byte)] =
-                    byte % 4 == order.alpha ? order.opaque : source.data()[shift + byte];
+        const auto size = static_cast<std::size_t>(4 * width);
+        std::vector<std::uint8_t> source(size);
+        for (std::uint8_t& byte : source)
+            byte = static_cast<std::uint8_t>(random());
+        for (std::size_t shift = 1; shift < 4; ++shift) {
+            std::vector<std::uint8_t> found(size + 4, untouched);
+            std::vector<std::uint8_t> expected = found;
+            for (std::size_t x = 0; x < size; x += 4) {
+                expected[shift + x + layouts::console.red] = source[x + layouts::colourLast.red];
+                expected[shift + x + layouts::console.green] =
+                    source[x + layouts::colourLast.green];
+                expected[shift + x + layouts::console.blue] = source[x + layouts::colourLast.blue];
+                expected[shift + x + layouts::console.alpha] = layouts::console.opaque;
             }
-            kernels().copyRow(
-                {source.data() + shift, order, found.data() + shift, order, width, width % 2 == 0});
-            ASSERT_EQ(std::vector(found.data(), found.data() + found.size()), expected)
-                << "width " << width << ", shift " << shift;
+            kernels().copyRow({source.data(), layouts::colourLast, found.data() + shift,
+                               layouts::console, width, random() % 2 == 0});
+            ASSERT_EQ(found, expected) << "width " << width << " shift " << shift;
         }
     }
 }

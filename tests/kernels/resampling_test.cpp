@@ -5,9 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "scaling/bounded_table.h"
 #include "scaling/contributions.h"
@@ -319,8 +323,56 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
     }
 }
 
+// One list that is decided in two sums, and one that would come out otherwise that way: its weights
+// are tenths, which give exact halves but are rounded when they are normalised, the greater down.
+TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
+    constexpr std::int64_t width = 64;
+    GuardedBytes rows(4 * width * 3 + rowPadding);
+    const PixelRows places{.places = rows.data(), .stride = 4 * width, .capacity = 3};
+    std::vector<Contribution> often = {{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}};
+    std::vector<Contribution> tenths = {{7.0F, 0}, {3.0F, 2}};
+    const std::array lists = {ListOf(often, 1.0F), ListOf(tenths, 10.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    ASSERT_TRUE(bounded.SharesRows(0));
+    ASSERT_EQ(bounded.lists()[0].decision, Decision::InTwoSums);
+    ASSERT_EQ(bounded.lists()[1].decision, Decision::ByBounds);
+    for (const Picture picture : pictures) {
+        Fill(rows, picture, random);
+        std::array<std::vector<std::uint8_t>, rowsBlended> found;
+        found.fill(std::vector<std::uint8_t>(4 * width));
+        kernels().blendRows({.rows = places,
+                             .numbers = {},
+                             .rowOrder = layouts::console,
+                             .lists = bounded.lists(),
+                             .listCount = rowsBlended,
+                             .order = layouts::console,
+                             .width = width,
+                             .destinations = {found[0].data(), found[1].data()},
+                             .streams = false});
+        for (std::size_t row = 0; row < found.size(); ++row) {
+            std::vector<std::uint8_t> expected(4 * width);
+            ResampleColumns(places, layouts::console, lists[row], layouts::console, width,
+                            expected.data());
+            ASSERT_EQ(found[row], expected) << "row " << row;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, ResamplingKernels, ::testing::ValuesIn(testing::OfferedLevels()),
                          testing::LevelName);
+
+// A mean so little below a half that, were the half of the weights' sum added before the division,
+// it would be rounded up.
+TEST(Definition, AddsAHalfToTheQuotient) {
+    std::array<std::uint8_t, 8> row{};
+    row.fill(1);
+    std::vector<Contribution> entries = {{2.5F, 0}, {-0x1p-51F, 1}};
+    const ContributionList list = ListOf(entries, 5.0F);
+    EXPECT_EQ(ResampleRowChannel(row.data(), list), 0);
+    const PixelRows rows{.places = row.data(), .stride = 4, .capacity = 2};
+    EXPECT_EQ(ResampleColumnChannel(rows, 0, list), 0);
+}
 
 BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
     const std::array lists = {ListOf(entries, weightSum)};
@@ -336,6 +388,17 @@ FixedList FixedOf(std::vector<Contribution> entries, float weightSum,
     EXPECT_TRUE(fixed.Build(lists, sourceLength));
     return fixed.lists()[0];
 }
+
+std::vector<Contribution> PlainMeanOf(std::int32_t count) {
+    std::vector<Contribution> entries;
+    for (std::int32_t pixel = 0; pixel < count; ++pixel)
+        entries.push_back({1.0F, pixel});
+    return entries;
+}
+
+// Nearly thirds: means stay away from halves by less than the bounds of either table.
+const std::vector<Contribution> nearlyThirds = {{(2.0F + 0.0009798F) / 3.0F, 0},
+                                                {(1.0F - 0.0009798F) / 3.0F, 1}};
 
 TEST(FixedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
     const FixedList list = FixedOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
@@ -376,6 +439,75 @@ TEST(FixedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
     }
 }
 
+// Lists of weights whose digits are as great as they come.
+std::vector<std::vector<Contribution>> ListsWithGreatDigits() {
+    std::mt19937 random{7};
+    std::vector<std::vector<Contribution>> lists = {{{0.9979F, 0}, {0.0021F, 1}}};
+    for (const std::int32_t count : {2, 3, 16, 100, 512, 513, 2000, 8192}) {
+        std::vector<Contribution> even;
+        std::vector<Contribution> uneven;
+        for (std::int32_t pixel = 0; pixel < count; ++pixel) {
+            const float mean = 1.0F / static_cast<float>(count);
+            even.push_back({mean, pixel});
+            uneven.push_back({mean * static_cast<float>(1 + random() % 1999) / 1000.0F, pixel});
+        }
+        lists.push_back(even);
+        lists.push_back(uneven);
+    }
+    return lists;
+}
+
+// The sum of a list's products with white pixels at the most, whatever their signs.
+std::int64_t GreatestSum(const std::int16_t* digits, std::int32_t count) {
+    std::int64_t sum = 0;
+    for (std::int32_t index = 0; index < count; ++index)
+        sum += 255 * std::abs(std::int64_t{digits[index]});
+    return sum;
+}
+
+TEST(FixedLists, HaveDigitsOfTwoSignedBytesWhoseSumsDoNotOverflow) {
+    constexpr std::int32_t greatestDigit = 127 * 256 + 127;
+    for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
+        const std::array lists = {ListOf(entries, 1.0F)};
+        FixedTable fixed;
+        ASSERT_TRUE(fixed.Build(lists, 10000));
+        const FixedList& list = fixed.lists()[0];
+        for (std::int32_t index = 0; index < list.count; ++index) {
+            ASSERT_LE(std::abs(list.coarse[index]), greatestDigit) << list.count;
+            ASSERT_LE(std::abs(list.fine[index]), greatestDigit) << list.count;
+        }
+        EXPECT_LT(GreatestSum(list.coarse, list.count), std::int64_t{1} << 30U) << list.count;
+        EXPECT_LT(GreatestSum(list.fine, list.count), std::int64_t{1} << 31U) << list.count;
+    }
+}
+
+// What the first digit leaves is greatest where just the pixels with weights above their digits are
+// white, or those with weights below.
+TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
+    for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
+        const std::array lists = {ListOf(entries, 1.0F)};
+        FixedTable fixed;
+        ASSERT_TRUE(fixed.Build(lists, 10000));
+        const FixedList& list = fixed.lists()[0];
+        if (list.slack == 0) continue;
+        const double unit = std::ldexp(1.0, list.shift);
+        double below = 0.0;
+        double above = 0.0;
+        for (const Contribution& entry : entries) {
+            const double left = double{entry.weight} * unit - list.coarse[entry.pixel - list.first];
+            (left < 0.0 ? below : above) += 255.0 * left;
+        }
+        const double begin = list.bias - unit / 2.0;
+        EXPECT_LE(begin, below) << list.count;
+        EXPECT_GE(begin + list.slack, above) << list.count;
+    }
+}
+
+TEST(FixedLists, AreNoPlainMeansWhereTheirStepsAreTooSmall) {
+    EXPECT_GT(FixedOf(PlainMeanOf(1000), 1000.0F).slack, 0);
+    EXPECT_EQ(FixedOf(PlainMeanOf(5), 5.0F).slack, 0);
+}
+
 TEST(FixedLists, KeepTheirPairsInsideTheSource) {
     const FixedList inside = FixedOf({{0.5F, 4}, {0.25F, 5}, {0.25F, 6}}, 1.0F, 7);
     EXPECT_EQ(inside.first, 3);
@@ -390,6 +522,7 @@ TEST(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
     EXPECT_EQ(thirds.slack, 0);
     EXPECT_EQ(thirds.bias, 1 << (thirds.shift - 1));
     EXPECT_GT(FixedOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F).slack, 0);
+    EXPECT_GT(FixedOf(nearlyThirds, 1.0F).slack, 0);
 }
 
 TEST(Lists, KnowTheirDistanceFromHalves) {
@@ -407,6 +540,8 @@ TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
     const BoundedList list = BoundsOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
     EXPECT_EQ(list.slack, 0.0F);
     EXPECT_EQ(list.bias, 0.5F);
+    EXPECT_GT(BoundsOf({{0.125F + 0x1p-22F, 0}, {0.875F - 0x1p-22F, 1}}, 1.0F).slack, 0.0F)
+        << "nearly multiples";
 }
 
 TEST(BoundedLists, LieHalfAStepAboveForPlainMeans) {
@@ -420,13 +555,22 @@ TEST(BoundedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
     EXPECT_EQ(thirds.slack, 0.0F);
     EXPECT_EQ(thirds.bias, 0.5F);
     EXPECT_GT(BoundsOf({{1.0F / 6.0F, 0}, {5.0F / 6.0F, 1}}, 1.0F).slack, 0.0F);
+    EXPECT_GT(BoundsOf(nearlyThirds, 1.0F).slack, 0.0F);
 }
 
-TEST(BoundedLists, HaveSlackOtherwise) {
-    const BoundedList list = BoundsOf({{0.3F, 0}, {0.7F, 1}}, 1.0F);
-    EXPECT_GT(list.slack, 0.0F);
-    EXPECT_LT(list.slack, 0.001F);
-    EXPECT_LT(list.bias, 0.5F);
+TEST(BoundedLists, AreNoPlainMeansWhereTheirStepsAreTooSmall) {
+    EXPECT_GT(BoundsOf(PlainMeanOf(1000), 1000.0F).slack, 0.0F);
+    EXPECT_EQ(BoundsOf(PlainMeanOf(5), 5.0F).slack, 0.0F);
+}
+
+// The error that is shown for a list, to both sides: (n + 8) 2^-24 (255 A + 1).
+TEST(BoundedLists, HaveSlackOtherwiseAndMoreOfItForNegativeWeights) {
+    for (const auto& [weight, magnitude] : {std::pair{0.3F, 1.0}, {-0.3F, 1.6}, {-0.7F, 2.4}}) {
+        const BoundedList list = BoundsOf({{weight, 0}, {1.0F - weight, 1}}, 1.0F);
+        const double error = 10.0 * 0x1p-24 * (255.0 * magnitude + 1.0);
+        EXPECT_NEAR(list.slack, 2.0 * error, 1e-6) << weight;
+        EXPECT_NEAR(list.bias, 0.5 - error, 1e-6) << weight;
+    }
 }
 
 TEST(BoundedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
@@ -447,7 +591,8 @@ TEST(BoundedLists, FitTwoSumsWhereAPowerOfTwoNormalisesAFewWeightsOfLikeSize) {
     EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 1.0F), Decision::ByTwoSums);
     EXPECT_EQ(decisionOf({{0.6F, 0}, {1.4F, 1}}, 2.0F), Decision::ByTwoSums);
     EXPECT_EQ(decisionOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F), Decision::ByBounds);
-    EXPECT_EQ(decisionOf({{0.0001F, 0}, {0.9999F, 1}}, 1.0F), Decision::ByBounds);
+    EXPECT_EQ(decisionOf({{0.0005F, 0}, {0.3F, 1}, {0.6995F, 2}}, 1.0F), Decision::ByTwoSums);
+    EXPECT_EQ(decisionOf({{0.0004F, 0}, {0.3F, 1}, {0.6996F, 2}}, 1.0F), Decision::ByBounds);
     EXPECT_EQ(decisionOf({{2.5F, 0}, {-1.5F, 1}}, 1.0F), Decision::ByBounds);
     std::vector<Contribution> many;
     for (std::int32_t pixel = 0; pixel < 9; ++pixel)
@@ -497,6 +642,35 @@ TEST(BoundedLists, NameTheSameRowsAsTheirNeighboursWhereThatCostsLittle) {
     EXPECT_EQ(bounded.FirstNeededFrom(1), 4);
     EXPECT_EQ(bounded.EndOf(0), 7);
     EXPECT_EQ(bounded.longestSpan(), 3);
+}
+
+TEST(BoundedLists, NeedRowsFromTheFirstThatAnyLaterListNames) {
+    std::vector<Contribution> narrow = {{0.3F, 5}, {0.7F, 6}};
+    std::vector<Contribution> wide = {{0.1F, 4}, {0.3F, 5}, {0.4F, 6}, {0.2F, 7}};
+    const std::array lists = {ListOf(narrow, 1.0F), ListOf(narrow, 1.0F), ListOf(wide, 1.0F),
+                              ListOf(wide, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    ASSERT_EQ(bounded.lists()[0].first, 5);
+    for (std::int64_t index = 0; index < 4; ++index)
+        EXPECT_EQ(bounded.FirstNeededFrom(index), 4) << index;
+    EXPECT_EQ(bounded.longestSpan(), 4);
+}
+
+TEST(BoundedLists, AreServedTogetherOnlyIfTheyNameTheSameRowsInTheSameWay) {
+    std::vector<Contribution> first = {{0.3F, 4}, {0.7F, 5}};
+    std::vector<Contribution> second = {{0.45F, 5}, {0.55F, 6}};
+    std::vector<Contribution> longer = {{0.2F, 4}, {0.3F, 5}, {0.1F, 6}, {0.15F, 7}, {0.25F, 8}};
+    std::vector<Contribution> halves = {{0.5F, 4}, {0.5F, 5}};
+    const std::array lists = {ListOf(first, 1.0F),  ListOf(second, 1.0F), ListOf(longer, 1.0F),
+                              ListOf(longer, 1.0F), ListOf(halves, 1.0F), ListOf(first, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    ASSERT_EQ(bounded.lists()[1].first, bounded.lists()[2].first);
+    EXPECT_FALSE(bounded.SharesRows(1)) << "one is longer";
+    EXPECT_TRUE(bounded.SharesRows(2));
+    ASSERT_EQ(bounded.lists()[4].count, bounded.lists()[5].count);
+    EXPECT_FALSE(bounded.SharesRows(4)) << "one is in whole numbers";
 }
 
 TEST(BoundedLists, FillGapsWithZeros) {

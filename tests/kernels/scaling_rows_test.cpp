@@ -104,6 +104,32 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
     }
 }
 
+// The sum of a long box at a multiple of its length, which the product with a rounded reciprocal
+// may miss, and just below one, where rounding reaches farthest.
+TEST_P(ScalingRowKernels, AverageLongBoxesWhoseMeansAreWholeOrNearly) {
+    for (const std::int64_t boxWidth : {41, 47, 55, 1000, 8192, 8193, 26071, 26169, 44732}) {
+        for (int level = 1; level <= 255; ++level) {
+            std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth),
+                                             static_cast<std::uint8_t>(level));
+            source[0] = static_cast<std::uint8_t>(level - 1);
+            const std::vector<std::int32_t> starts(4, 0);
+            std::vector<std::uint8_t> found(16);
+            kernels().averageRow({.source = source.data(),
+                                  .sourceOrder = layouts::colourFirst,
+                                  .sourceWidth = boxWidth,
+                                  .starts = starts.data(),
+                                  .boxWidth = boxWidth,
+                                  .boxHeight = 1,
+                                  .rounded = false,
+                                  .order = layouts::colourFirst,
+                                  .width = 4,
+                                  .destination = found.data()});
+            ASSERT_EQ(found[0], level - 1) << boxWidth;
+            ASSERT_EQ(found[1], level) << boxWidth;
+        }
+    }
+}
+
 void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_t width,
                                            std::uint32_t mask) {
     GuardedBytes nearRow(4 * sourceWidth);
@@ -162,6 +188,53 @@ TEST_P(ScalingRowKernels, InterpolateEveryWidthAndEveryByteAndTouchNothingElse) 
     CheckInterpolation(1000, 3001, 0xFFFFFFFF);
     // Nearly the same size: the pixels of a vector lie as far apart as they can.
     CheckInterpolation(1000, 1003, 0xFFFFFFFF);
+}
+
+// Weights and pairs of bytes with which the three parts of a sum, added in another order, would
+// give another byte.
+TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
+    struct Case {
+        float numerator;
+        float denominator;
+        std::uint8_t nearByte;
+        std::uint8_t farByte;
+        int expected;
+    };
+    constexpr std::int64_t sourceWidth = 32;
+    constexpr std::int64_t width = 64;
+    for (const Case& item :
+         {Case{45, 163, 39, 106, 52}, Case{45, 163, 157, 224, 169}, Case{262, 369, 77, 163, 146},
+          Case{262, 369, 157, 243, 226}, Case{161, 324, 126, 18, 73}, Case{279, 310, 126, 1, 5}}) {
+        const float t = item.numerator / item.denominator;
+        const float threeSquares = (t * 3.0F) * t;
+        const float twoCubes = ((2.0F * t) * t) * t;
+        const std::vector<float> nearWeights(width, (twoCubes - threeSquares) + 1.0F);
+        const std::vector<float> farWeights(width, threeSquares - twoCubes);
+        std::vector<std::uint8_t> row(4 * sourceWidth);
+        for (std::size_t byte = 0; byte < row.size(); ++byte)
+            row[byte] = byte / 4 % 2 == 0 ? item.nearByte : item.farByte;
+        std::vector<std::int32_t> indices;
+        for (std::int32_t x = 0; x < width; ++x)
+            indices.push_back(x / 4 * 2);
+        std::vector<float> line(4 * (sourceWidth + linePadding));
+        kernels().interpolateRows({.nearRow = row.data(),
+                                   .farRow = row.data(),
+                                   .nearWeight = 1.0F,
+                                   .farWeight = 0.0F,
+                                   .width = sourceWidth,
+                                   .line = line.data()});
+        std::vector<std::uint8_t> found(4 * width);
+        kernels().interpolateColumns({.line = line.data(),
+                                      .lineWidth = sourceWidth,
+                                      .indices = indices.data(),
+                                      .nearWeights = nearWeights.data(),
+                                      .farWeights = farWeights.data(),
+                                      .width = width,
+                                      .byteMask = 0xFFFFFFFF,
+                                      .destination = found.data()});
+        for (const std::uint8_t byte : found)
+            ASSERT_EQ(byte, item.expected) << item.numerator << " / " << item.denominator;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, ScalingRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),

@@ -23,6 +23,11 @@ HostSettings Reporting(HostSettings settings) {
     return settings;
 }
 
+// Anything but 0 is true to a host, and not every host says 1.
+REALboolean HostBoolean(bool value) {
+    return value ? -1 : 0;
+}
+
 }  // namespace
 
 Session::Session(HostSettings settings, const std::function<void(Session&)>& prepare)
@@ -59,15 +64,15 @@ Held<Picture> Session::Scale(REALpicture picture, std::int64_t width, std::int64
                              bool antiAlias, std::int64_t yieldTicks) {
     using Signature = REALpicture(REALpicture, REALinteger, REALinteger, REALboolean, REALinteger);
     return host_->Adopt(
-        Method<Signature>("ScaleZVK")(picture, width, height, antiAlias ? 1 : 0, yieldTicks));
+        Method<Signature>("ScaleZVK")(picture, width, height, HostBoolean(antiAlias), yieldTicks));
 }
 
 Held<Picture> Session::ScaleImageAndMask(REALpicture picture, std::int64_t width,
                                          std::int64_t height, bool antiAlias,
                                          std::int64_t yieldTicks) {
     using Signature = REALpicture(REALpicture, REALinteger, REALinteger, REALboolean, REALinteger);
-    return host_->Adopt(Method<Signature>("ScaleImageAndMaskZVK")(picture, width, height,
-                                                                  antiAlias ? 1 : 0, yieldTicks));
+    return host_->Adopt(Method<Signature>("ScaleImageAndMaskZVK")(
+        picture, width, height, HostBoolean(antiAlias), yieldTicks));
 }
 
 Held<Picture> Session::Blur(REALpicture picture, double radius, std::int64_t yield) {

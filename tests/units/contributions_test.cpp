@@ -58,32 +58,67 @@ TEST(Contributions, OfEqualSizesTakeTheEnlargingRoad) {
     EXPECT_EQ(mitchell.Pixels(4), (std::vector<int>{3, 4, 5}));
 }
 
-TEST(Contributions, AreTheSameWhereverTheWindowLiesTheSameToItsCentre) {
-    // Ratios at which lists repeat, at which they nearly repeat, and at which they do not.
-    for (const auto& [source, destination] :
-         {std::pair{400, 100}, {100, 400}, {90, 30}, {30, 90}, {97, 31}, {31, 97}, {64, 64}}) {
-        Table<Lanczos3Filter, Axis::Vertical> table(source, destination);
-        const AxisMapping mapping(source, destination);
-        const double stretch = std::min(mapping.scale, 1.0);
-        for (int y = 0; y < destination; ++y) {
-            double sum = 0.0;
-            for (int index = 0; index < table[y].count; ++index) {
-                const Contribution& entry = table[y].entries[index];
-                const double offset = AxisMapping::Offset(mapping.Centre(y), entry.pixel);
-                const double weight = Lanczos3Filter::Weight(std::fabs(offset * stretch));
-                ASSERT_EQ(entry.weight, static_cast<float>(weight));
-                sum += weight;
-            }
-            ASSERT_EQ(table[y].weightSum, static_cast<float>(sum));
-        }
-    }
-}
-
 template <typename Filter>
 class KeptPixels : public ::testing::Test {};
 using AllFilters = ::testing::Types<TriangleFilter, BoxFilter, Lanczos3Filter, Lanczos8Filter,
                                     MitchellFilter, BicubicFilter, Cubic6Filter>;
 TYPED_TEST_SUITE(KeptPixels, AllFilters);
+
+template <typename Filter>
+class ComputedWeights : public ::testing::Test {
+  protected:
+    // Compares each list with the filter at the distances of all pixels from its own centre.
+    template <Axis axis>
+    static void ExpectOwnWeights(int source, int destination) {
+        Table<Filter, axis> table(source, destination);
+        const AxisMapping mapping(source, destination);
+        const double stretch = std::min(mapping.scale, 1.0);
+        for (int i = 0; i < destination; ++i) {
+            std::vector<int> pixels;
+            std::vector<float> weights;
+            double sum = 0.0;
+            for (int pixel = 0; pixel < source; ++pixel) {
+                const double offset = AxisMapping::Offset(mapping.Centre(i), pixel);
+                const double weight = Filter::Weight(std::fabs(offset * stretch));
+                if (weight == 0.0) continue;
+                pixels.push_back(pixel);
+                weights.push_back(static_cast<float>(weight));
+                sum += weight;
+            }
+            ASSERT_EQ(table.Pixels(i), pixels) << source << " to " << destination << " at " << i;
+            ASSERT_EQ(table.Weights(i), weights) << source << " to " << destination << " at " << i;
+            ASSERT_EQ(table[i].weightSum, static_cast<float>(sum));
+        }
+    }
+};
+TYPED_TEST_SUITE(ComputedWeights, AllFilters);
+
+// Ratios at which lists repeat, at which they nearly repeat, and at which they do not.
+TYPED_TEST(ComputedWeights, AreThoseOfTheirOwnCentre) {
+    for (const auto& [source, destination] : {std::pair{400, 100},
+                                              {100, 400},
+                                              {90, 30},
+                                              {30, 90},
+                                              {97, 31},
+                                              {31, 97},
+                                              {64, 64},
+                                              {24, 28},
+                                              {30, 35},
+                                              {12, 28},
+                                              {14, 10},
+                                              {35, 21},
+                                              {9, 63},
+                                              {46, 12}}) {
+        this->template ExpectOwnWeights<Axis::Horizontal>(source, destination);
+        this->template ExpectOwnWeights<Axis::Vertical>(source, destination);
+    }
+}
+
+TEST(AxisMapping, RoundsADistanceTwice) {
+    // Rounded once it would be -4/3 to the last bit.
+    EXPECT_EQ(AxisMapping::Offset(1.0 / 6.0, 1), -1.3333333333333335);
+    EXPECT_EQ(AxisMapping::Offset(3.5, 1), 2.0);
+}
 
 TYPED_TEST(KeptPixels, AreThoseOfEqualSizesWhereTheFilterSaysSo) {
     for (const int length : {1, 2, 9, 40, 3001}) {

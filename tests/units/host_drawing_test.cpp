@@ -57,5 +57,44 @@ TEST_F(HostDrawingWithoutGraphics, TriesTheRowsOfEqualSizesAndClearsTheCacheWhat
     EXPECT_EQ(clearCount, 1);
 }
 
+// A console picture of one pixel.
+struct TestPicture : REALpictureStruct {
+    int pixel = 0;
+    int* row = &pixel;
+    REALconsoleImage image{};
+};
+
+REALpicture unlocked = nullptr;
+
+// Describes every picture, also the one that it says not to have locked.
+REALboolean LockAllButOne(REALpicture picture, REALpictureDescription* description,
+                          REALinteger /*kind*/) {
+    REALconsoleImage& image = static_cast<TestPicture*>(picture)->image;
+    image.sx = 1;
+    image.sy = 1;
+    image.tpixels = &static_cast<TestPicture*>(picture)->row;
+    description->kind = REALdescriptionKind::ConsoleImage;
+    description->handle = &image;
+    description->width = 1;
+    description->height = 1;
+    return picture == unlocked ? 0 : 1;
+}
+
+TEST(HostDrawing, TakesWhatADescriptionSaysOnlyWhereItIsLocked) {
+    FakeHost host;
+    host.Offer("REALLockPictureDescription", LockAllButOne);
+    TestPicture source;
+    TestPicture destination;
+    source.pixel = 1;
+    for (const REALpicture picture : {&source, &destination}) {
+        unlocked = picture;
+        GraphicsDrawPicture(&destination, &source, 1, 1, 1, 1);
+        EXPECT_EQ(destination.pixel, 0);
+    }
+    unlocked = nullptr;
+    GraphicsDrawPicture(&destination, &source, 1, 1, 1, 1);
+    EXPECT_EQ(destination.pixel, 1);
+}
+
 }  // namespace
 }  // namespace zvk

@@ -159,6 +159,11 @@ class HostStringsBefore2013 : public HostStrings {
     HostStringsBefore2013() : HostStrings(2012.5) {}
 };
 
+class HostStringsOf2012 : public HostStrings {
+  protected:
+    HostStringsOf2012() : HostStrings(2012.0) {}
+};
+
 class HostStringsBefore2012 : public HostStrings {
   protected:
     HostStringsBefore2012() : HostStrings(2011.4) {}
@@ -193,7 +198,7 @@ TEST_F(HostStrings, WithHighBytesKeepTheGivenEncoding) {
     EXPECT_EQ(From(utf8).encoding, REALencoding::Utf8);
 }
 
-TEST_F(HostStrings, InUtf16AreBuiltWithTheirEncodingSince2012) {
+TEST_F(HostStringsOf2012, InUtf16AreBuiltWithTheirEncoding) {
     const REALstring string = REALBuildUnicodeString(u"ab", 4, REALencoding::Utf16);
     EXPECT_EQ(calls, (std::vector<std::string>{"build with encoding", "convert"}));
     EXPECT_EQ(From(string).encoding, REALencoding::Utf8);

@@ -59,6 +59,17 @@ TEST(PictureWriter, WrapsToTheFirstRowBehindTheLast) {
     EXPECT_EQ(writer.rowPointer, memory.data());
 }
 
+TEST(PictureWriter, WritesNoMoreOfARowThanItsPictureHas) {
+    std::vector<std::uint8_t> memory(2 * 3 * 4);
+    PictureWriter writer;
+    Describe(writer, memory, 3, 2, PixelFormat::Last);
+    EXPECT_EQ(writer.WritableWidth(2), 2);
+    EXPECT_EQ(writer.WritableWidth(3), 3);
+    EXPECT_EQ(writer.WritableWidth(4), 3);
+    writer.height = 0;
+    EXPECT_EQ(writer.WritableWidth(2), 0) << "there are no rows";
+}
+
 TEST(PictureReader, SeeksRowsAndTakesTheFirstForThoseBeyondTheHeight) {
     std::vector<std::uint8_t> memory(2 * 3 * 4);
     PictureReader reader;

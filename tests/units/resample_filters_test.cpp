@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/reference/filters.h"
+
 namespace zvk {
 namespace {
 
@@ -49,18 +51,23 @@ TEST(Filters, OfBicubicEndAtTwoAlthoughTheWindowIsTwiceAsWide) {
         EXPECT_EQ(BicubicFilter::Weight(step / 16.0), 0.0);
 }
 
-TEST(Filters, OfLanczosDivideByThreeAndDoNotMultiplyByARoundedThird) {
-    // At this distance the two differ in the last bit.
-    const double ax = 1.3;
-    const double angle = ax * 3.141592653589793;
-    const double window = ax / 3.0 * 3.141592653589793;
-    EXPECT_EQ(Lanczos3Filter::Weight(ax), (std::sin(angle) / angle) * (std::sin(window) / window));
-    int differing = 0;
-    for (int step = 1; step < 300; ++step) {
-        const double distance = step / 100.0;
-        if (distance / 3.0 != distance * (1.0 / 3.0)) ++differing;
+template <typename Filter>
+void ExpectWeightsOfMode(int mode) {
+    for (int step = 0; step <= 90000; ++step) {
+        const double distance = step / 10000.0;
+        ASSERT_EQ(Filter::Weight(distance), reference::FilterWeight(mode, distance).value_or(0.0))
+            << "mode " << mode << " at " << distance;
     }
-    EXPECT_GT(differing, 0);
+}
+
+TEST(Filters, GiveTheReferencesWeightsToTheLastBit) {
+    ExpectWeightsOfMode<TriangleFilter>(1);
+    ExpectWeightsOfMode<BoxFilter>(2);
+    ExpectWeightsOfMode<Lanczos3Filter>(3);
+    ExpectWeightsOfMode<Lanczos8Filter>(4);
+    ExpectWeightsOfMode<MitchellFilter>(5);
+    ExpectWeightsOfMode<BicubicFilter>(6);
+    ExpectWeightsOfMode<Cubic6Filter>(7);
 }
 
 TEST(Filters, EndStrictlyAtTheirRadius) {

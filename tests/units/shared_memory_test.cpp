@@ -1,5 +1,6 @@
-// New pictures that a host hands out in the source's own memory: what is written changes what is
-// read after it, in the order of the definition, whichever way is faster.
+// New pictures that a host hands out in the source's own memory, with rows that share theirs, or
+// smaller than they should be: what is written changes what is read or written after it, in the
+// order of the definition, whichever way is faster.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,6 +43,37 @@ std::vector<std::uint8_t> memory;
 TestPicture source;
 TestPicture created;
 
+// One pixel to the right of the source and a row below it, in the same memory.
+void LieInTheSource(int width, int height) {
+    created.Describe(memory.data() + stride + 4, width, height);
+}
+
+// One pixel to the right of the source, in the same rows.
+void LieInTheSourcesRows(int width, int height) {
+    created.Describe(memory.data() + 4, width, height);
+}
+
+void LieApart(int width, int height) {
+    created.Describe(memory.data() + 24 * stride, width, height);
+}
+
+// Apart from the source, with fewer rows than were asked for.
+void LackRows(int width, int height) {
+    LieApart(width, height - 3);
+}
+
+// Apart from the source, each row beginning inside the one before it, between two pixels.
+void OverlapRows(int width, int height) {
+    LieApart(width, height);
+    for (int*& row : created.rows) {
+        const std::ptrdiff_t place = &row - created.rows.data();
+        row = reinterpret_cast<int*>(memory.data() + 24 * stride + place * (9 * 4 + 2));
+    }
+}
+
+// How the host lays out the next new picture.
+void (*layOut)(int width, int height) = LieInTheSource;
+
 REALboolean Lock(REALpicture picture, REALpictureDescription* description, REALinteger kind) {
     if (kind != static_cast<REALinteger>(REALdescriptionKind::ConsoleImage)) return 0;
     REALconsoleImage& image = static_cast<TestPicture*>(picture)->image;
@@ -52,10 +84,14 @@ REALboolean Lock(REALpicture picture, REALpictureDescription* description, REALi
     return 1;
 }
 
-// One pixel to the right of the source and a row below it, in the same memory.
 REALpicture NewPicture(REALinteger width, REALinteger height, REALinteger /*depth*/) {
-    created.Describe(memory.data() + stride + 4, static_cast<int>(width), static_cast<int>(height));
+    layOut(static_cast<int>(width), static_cast<int>(height));
     return &created;
+}
+
+REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {
+    *value = name[0] == 'W' ? source.image.sx : source.image.sy;
+    return 1;
 }
 
 void Count(REALobject /*object*/) {
@@ -69,6 +105,7 @@ class SharedMemory : public ::testing::Test {
         host.Offer("REALLockObject", Count);
         host.Offer("REALUnlockObject", Count);
         runtimeKind = RuntimeKind::Console;
+        layOut = LieInTheSource;
     }
     ~SharedMemory() override { runtimeKind = RuntimeKind::Unknown; }
 
@@ -84,29 +121,51 @@ class SharedMemory : public ::testing::Test {
         return memory;
     }
 
-    // An interval that never passes keeps a method to the order that a host could see.
+    // A method does the same where nobody looks as with an interval that never passes, which keeps
+    // it to the order that a host could see.
+    static void ExpectScaledInOrder(int width = 31, int height = 24) {
+        for (REALinteger mode = 1; mode <= 7; ++mode) {
+            const auto withInterval = [&](REALinteger interval) {
+                return After(20, 12, [&] {
+                    return PictureScalingZVK(&source, mode, width, height, interval);
+                });
+            };
+            EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
+        }
+    }
+
+    static void ExpectBlurredInOrder() {
+        for (const double radius : {1.0, 3.0, 9.0}) {
+            const auto withInterval = [radius](REALinteger interval) {
+                return After(30, 20, [&] { return BlurZVK(&source, radius, interval); });
+            };
+            EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
+        }
+    }
+
+    void ExpectEnlargedInOrder() {
+        host.Offer("REALGetPropValueInteger", ReadSize);
+        const auto withInterval = [](REALinteger interval) {
+            return After(17, 9, [&] { return VandrelZVK(&source, 40, 24, 1, interval); });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never));
+    }
+
     static constexpr REALinteger never = std::numeric_limits<REALinteger>::max();
 
     FakeHost host;
 };
 
 TEST_F(SharedMemory, IsReadByScalingBeforeItIsWritten) {
-    for (REALinteger mode = 1; mode <= 7; ++mode) {
-        const auto withInterval = [mode](REALinteger interval) {
-            return After(20, 12,
-                         [&] { return PictureScalingZVK(&source, mode, 31, 25, interval); });
-        };
-        EXPECT_EQ(withInterval(0), withInterval(never)) << "mode " << mode;
-    }
+    ExpectScaledInOrder();
+}
+
+TEST_F(SharedMemory, IsReadByScalingToTheSameSizeBeforeItIsWritten) {
+    ExpectScaledInOrder(20, 12);
 }
 
 TEST_F(SharedMemory, IsBlurredInTheDefinitionsOrder) {
-    for (const double radius : {1.0, 3.0, 9.0}) {
-        const auto withInterval = [radius](REALinteger interval) {
-            return After(30, 20, [&] { return BlurZVK(&source, radius, interval); });
-        };
-        EXPECT_EQ(withInterval(0), withInterval(never)) << "radius " << radius;
-    }
+    ExpectBlurredInOrder();
 }
 
 TEST_F(SharedMemory, IsLeftAsItIsWhereTheBlurGetsNoMemory) {
@@ -126,54 +185,56 @@ TEST_F(SharedMemory, IsLeftAsItIsWhereTheBlurGetsNoMemory) {
     EXPECT_GT(request, 3);
 }
 
-// At the source's own size, where a copy would do if nothing were shared.
-TEST_F(SharedMemory, IsReadWholeBeforeItIsWrittenAtItsOwnSize) {
-    const auto withInterval = [](REALinteger interval) {
-        return After(20, 12, [&] { return PictureScalingZVK(&source, 1, 20, 12, interval); });
-    };
-    EXPECT_EQ(withInterval(0), withInterval(never));
-}
-
-REALboolean ReadSize(REALobject /*object*/, const char* name, REALinteger* value) {
-    *value = name[0] == 'W' ? source.image.sx : source.image.sy;
-    return 1;
-}
-
 TEST_F(SharedMemory, IsEnlargedByteAfterByte) {
-    host.Offer("REALGetPropValueInteger", ReadSize);
-    const auto withInterval = [](REALinteger interval) {
-        return After(17, 9, [&] { return VandrelZVK(&source, 40, 30, 1, interval); });
-    };
-    EXPECT_EQ(withInterval(0), withInterval(never));
+    ExpectEnlargedInOrder();
+}
+
+TEST_F(SharedMemory, OfRowsIsWrittenInTheDefinitionsOrder) {
+    layOut = OverlapRows;
+    ExpectScaledInOrder();
+    ExpectBlurredInOrder();
+    ExpectEnlargedInOrder();
+}
+
+TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
+    layOut = LackRows;
+    ExpectScaledInOrder();
+    ExpectBlurredInOrder();
+    ExpectEnlargedInOrder();
 }
 
 TEST_F(SharedMemory, IsAveragedPixelByPixel) {
     host.Offer("REALGetPropValueInteger", ReadSize);
-    const auto found = After(30, 3, [] { return VandrelZVK(&source, 29, 2, 0, 0); });
+    for (const auto layout : {LieInTheSource, LieInTheSourcesRows}) {
+        layOut = layout;
+        const auto found = After(30, 3, [] { return VandrelZVK(&source, 29, 2, 0, 0); });
 
-    After(30, 3, [] { return NewPicture(29, 2, 32); });
-    std::vector<std::int32_t> starts;
-    for (int x = 0; x < 29; ++x)
-        starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
-    for (int y = 0; y < 2; ++y) {
-        kernels::AverageRow({.source = memory.data() + static_cast<int>(y * 1.5) * stride,
-                             .sourceOrder = layouts::console,
-                             .sourceWidth = 30,
-                             .starts = starts.data(),
-                             .boxWidth = 2,
-                             .boxHeight = 2,
-                             .rounded = false,
-                             .order = layouts::console,
-                             .width = 29,
-                             .destination = memory.data() + (y + 1) * stride + 4});
+        After(30, 3, [] { return NewPicture(29, 2, 32); });
+        std::vector<std::int32_t> starts;
+        for (int x = 0; x < 29; ++x)
+            starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
+        for (std::size_t y = 0; y < 2; ++y) {
+            const auto row = static_cast<std::size_t>(static_cast<double>(y) * 1.5);
+            kernels::AverageRow({.source = reinterpret_cast<std::uint8_t*>(source.rows[row]),
+                                 .sourceOrder = layouts::console,
+                                 .sourceWidth = 30,
+                                 .starts = starts.data(),
+                                 .boxWidth = 2,
+                                 .boxHeight = 2,
+                                 .rounded = false,
+                                 .order = layouts::console,
+                                 .width = 29,
+                                 .destination = reinterpret_cast<std::uint8_t*>(created.rows[y])});
+        }
+        EXPECT_EQ(found, memory);
     }
-    EXPECT_EQ(found, memory);
 }
 
 TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
     memory.resize(memorySize);
     const auto shares = [](std::int64_t offset, int width, int height) {
         source.Describe(memory.data(), 10, 4);
+        std::ranges::reverse(source.rows);
         created.Describe(memory.data() + offset, width, height);
         PictureEditor first;
         PictureEditor second;
@@ -181,6 +242,7 @@ TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
         EXPECT_TRUE(second.GetPictureEditor(&created, false, false));
         return SharesPixels(first, second);
     };
+    // The source's rows descend in memory.
     EXPECT_TRUE(shares(0, 10, 4));
     EXPECT_TRUE(shares(3 * stride + 36, 5, 9));
     EXPECT_FALSE(shares(3 * stride + 40, 5, 9)) << "begins where the last row ends";
@@ -203,6 +265,12 @@ TEST_F(SharedMemory, OfRowsIsFoundUnlessTheyFollowEachOther) {
     EXPECT_FALSE(separate()) << "a row twice";
     created.rows[1] = created.rows[2] + 9;
     EXPECT_FALSE(separate()) << "one pixel in common";
+    created.Describe(memory.data(), 10, 4);
+    created.rows[2] = created.rows[1] + 9;
+    EXPECT_FALSE(separate()) << "one pixel in common, the first row first";
+    created.Describe(memory.data(), 10, 4);
+    created.rows[3] = created.rows[2];
+    EXPECT_FALSE(separate()) << "the last row twice";
 }
 
 }  // namespace
