@@ -297,6 +297,24 @@ TEST(ScalingMemory, GivesNilOrABlackColumnOrRowForARequestThatIsRefused) {
     }
 }
 
+// The second request is for the table of the rows. Where the first table can serve for them, the
+// call ends as it would with a yield interval.
+TEST(ScalingMemory, NeedsASecondTableOnlyForMoreRowsThanColumns) {
+    for (const auto& [width, height] : {std::pair{3, 2}, {3, 3}, {2, 5}}) {
+        Session session(Desktop());
+        const auto source = session.Create(4, 4);
+        Random random(8);
+        FillRandomly(*source, random);
+        session.allocations().FailOnly(2);
+        const auto result = session.Scaling(source.Handle(), triangle, width, height);
+        EXPECT_EQ(session.allocations().Refused(), 1U);
+        EXPECT_EQ(static_cast<bool>(result), height <= width) << width << " by " << height;
+        if (!result) continue;
+        ExpectPixels(reference::Resample(ImageOf(*source), triangle, width, height, 1), *result,
+                     std::to_string(width) + " by " + std::to_string(height));
+    }
+}
+
 TEST(ScalingMemory, SurvivesItsEndAtEveryRequest) {
     for (std::uint64_t request = 1; request <= 12; ++request) {
         Session session(Console());
