@@ -30,7 +30,7 @@ class MachOLibraries : public testing::Test {
   protected:
     std::filesystem::path Write(const MadeBytes& bytes,
                                 const std::string& name = "plugin.dylib") const {
-        const std::filesystem::path file = folder_ / name;
+        std::filesystem::path file = folder_ / name;
         std::ofstream stream(file, std::ios::binary);
         stream.write(reinterpret_cast<const char*>(bytes.data()),
                      static_cast<std::streamsize>(bytes.size()));
