@@ -22,8 +22,9 @@ std::string_view TextAt(Bytes bytes, std::uint64_t offset) {
 }
 
 std::uint8_t ByteReader::Byte() {
-    if (IsAtEnd()) throw MachOError("it ends within its link information");
-    return bytes_[position_++];
+    const std::uint8_t byte = Part(bytes_, position_, 1, what_).front();
+    ++position_;
+    return byte;
 }
 
 std::uint64_t ByteReader::Unsigned() {
@@ -31,9 +32,7 @@ std::uint64_t ByteReader::Unsigned() {
     for (unsigned shift = 0;; shift += 7) {
         const std::uint8_t byte = Byte();
         const std::uint64_t digits = byte & 0x7FU;
-        if (shift > 63 || (digits << shift >> shift) != digits) {
-            throw MachOError("its link information holds a number of more than 64 bits");
-        }
+        if (shift > 63 || (digits << shift >> shift) != digits) FailAtNumber();
         number |= digits << shift;
         if ((byte & 0x80U) == 0) return number;
     }
@@ -41,16 +40,15 @@ std::uint64_t ByteReader::Unsigned() {
 
 std::int64_t ByteReader::Signed() {
     std::uint64_t number = 0;
-    unsigned shift = 0;
-    for (;;) {
+    for (unsigned shift = 0;; shift += 7) {
         const std::uint8_t byte = Byte();
-        if (shift > 63) {
-            throw MachOError("its link information holds a number of more than 64 bits");
-        }
-        number |= std::uint64_t{byte & 0x7FU} << shift;
-        shift += 7;
+        const std::uint64_t digits = byte & 0x7FU;
+        // Of the tenth byte one bit is left; the others repeat it as the sign.
+        if (shift > 63 || (shift == 63 && digits != 0 && digits != 0x7F)) FailAtNumber();
+        number |= digits << shift;
         if ((byte & 0x80U) != 0) continue;
-        if ((byte & 0x40U) != 0 && shift < 64) number |= ~std::uint64_t{0} << shift;
+        const unsigned end = shift + 7;
+        if ((byte & 0x40U) != 0 && end < 64) number |= ~std::uint64_t{0} << end;
         return static_cast<std::int64_t>(number);
     }
 }
@@ -59,6 +57,10 @@ std::string_view ByteReader::Text() {
     const std::string_view text = TextAt(bytes_, position_);
     position_ += text.size() + 1;
     return text;
+}
+
+void ByteReader::FailAtNumber() const {
+    throw MachOError("a number in its " + std::string(what_) + " has more than 64 bits");
 }
 
 }  // namespace workbench::macho

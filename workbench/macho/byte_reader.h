@@ -27,27 +27,31 @@ Record RecordAt(Bytes bytes, std::uint64_t offset, const char* what) {
     return record;
 }
 
-/// Goes through a stream of opcodes. Every step throws MachOError at the end of the bytes.
+/// Goes through numbers and names that follow each other. Every step throws MachOError, naming
+/// `what`, at the end of the bytes.
 class ByteReader {
   public:
-    explicit ByteReader(Bytes bytes, std::size_t position = 0)
-        : bytes_(bytes), position_(position) {}
+    explicit ByteReader(Bytes bytes, const char* what = "link information")
+        : bytes_(bytes), what_(what) {}
 
     bool IsAtEnd() const { return position_ >= bytes_.size(); }
-    std::size_t position() const { return position_; }
+    Bytes Rest() const { return bytes_.subspan(position_); }
 
     std::uint8_t Byte();
 
     /// Numbers of seven bits a byte, the lowest first (DWARF 4, section 7.6). Those that do not fit
-    /// 64 bits are errors.
+    /// 64 bits are errors, and so are those of more than ten bytes.
     std::uint64_t Unsigned();
     std::int64_t Signed();
 
     std::string_view Text();
 
   private:
+    [[noreturn]] void FailAtNumber() const;
+
     Bytes bytes_;
-    std::size_t position_;
+    const char* what_;
+    std::size_t position_ = 0;
 };
 
 }  // namespace workbench::macho

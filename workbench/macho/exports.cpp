@@ -8,6 +8,12 @@ namespace {
 constexpr std::uint64_t kindMask = 0x03;
 constexpr std::uint64_t isReexport = 0x08;
 constexpr std::uint64_t hasResolver = 0x10;
+constexpr const char* what = "exports";
+
+Bytes From(Bytes bytes, std::uint64_t offset) {
+    Part(bytes, offset, 0, what);
+    return bytes.subspan(static_cast<std::size_t>(offset));
+}
 
 // What the node exports, if it exports an address of this image.
 std::optional<std::uint64_t> AddressIn(ByteReader& node) {
@@ -37,14 +43,12 @@ std::optional<std::uint64_t> ExportedAddress(const File& file, std::string_view 
     std::string_view rest = symbol;
     // Every step takes something off the name, so the walk ends.
     for (std::uint64_t offset = 0;;) {
-        ByteReader node(Part(trie, offset, trie.size() - offset, "exports"));
+        ByteReader node(From(trie, offset), what);
         const std::uint64_t size = node.Unsigned();
         if (rest.empty()) return size == 0 ? std::nullopt : AddressIn(node);
-        const std::uint64_t children = offset + node.position() + size;
-        ByteReader branches(Part(trie, children, trie.size() - children, "exports"));
+        ByteReader branches(From(node.Rest(), size), what);
         const auto child = ChildOf(branches, rest);
         if (!child) return std::nullopt;
-        if (*child > trie.size()) throw MachOError("it ends within its exports");
         offset = *child;
     }
 }

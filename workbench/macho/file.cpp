@@ -10,7 +10,7 @@ namespace workbench::macho {
 namespace {
 
 constexpr std::uint64_t pageSize = 4096;
-constexpr std::uint64_t largestImage = std::uint64_t{1} << 28U;
+constexpr std::size_t mostSegments = 16;  // opcodes have four bits for one
 
 // A name of at most 16 bytes, ended by a zero if it is shorter.
 std::string NameIn(const std::array<char, 16>& field) {
@@ -32,7 +32,7 @@ Header ReadHeader(Bytes bytes) {
 
 class Parser {
   public:
-    explicit Parser(Bytes bytes) : bytes_(bytes) {}
+    explicit Parser(Bytes bytes) : bytes_(bytes) { file_.size = bytes.size(); }
 
     File Run() {
         const Header header = ReadHeader(bytes_);
@@ -110,11 +110,13 @@ class Parser {
 
     void CheckSegments() const {
         if (file_.segments.empty()) throw MachOError("it has no segments");
+        if (file_.segments.size() > mostSegments) throw MachOError("it has too many segments");
         if (file_.segments.front().address != 0) throw MachOError("its segments start too high");
         std::uint64_t end = 0;
         for (const Segment& segment : file_.segments) {
             if (segment.address % pageSize != 0 || segment.size > largestImage ||
-                segment.address > largestImage || segment.contents.size() > segment.size) {
+                segment.address > largestImage - segment.size ||
+                segment.contents.size() > segment.size) {
                 throw MachOError("its segment " + segment.name + " has no place in memory");
             }
             if (segment.address < end) throw MachOError("its segments overlap");
@@ -143,7 +145,7 @@ class Parser {
     }
 
     Bytes bytes_;
-    File file_;
+    File file_{};
 };
 
 }  // namespace

@@ -10,6 +10,9 @@
 
 namespace workbench::macho {
 
+/// Larger files, and images that take more memory, are refused.
+inline constexpr std::uint64_t largestImage = std::uint64_t{1} << 28U;
+
 /// A stretch of the file that becomes memory. Addresses count from the start of the image.
 struct Segment {
     std::string name;
@@ -39,6 +42,7 @@ struct File {
     Bytes weakBindOpcodes;
     Bytes lazyBindOpcodes;
     Bytes exports;
+    std::uint64_t size;  // in bytes, of the whole
 
     /// The segment that holds an address; null where there is none.
     const Segment* SegmentAt(std::uint64_t address) const;

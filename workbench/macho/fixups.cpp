@@ -11,7 +11,7 @@ constexpr std::uint64_t pointerSize = 8;
 class PointerCursor {
   public:
     explicit PointerCursor(const File& file)
-        : file_(file), pointersLeft_(file.ImageSize() / pointerSize) {}
+        : file_(file), pointersLeft_(file.size / pointerSize) {}
 
     void SetSegment(std::uint8_t index, std::uint64_t offset) {
         if (index >= file_.segments.size()) throw MachOError("it fixes an unknown segment");
@@ -24,10 +24,11 @@ class PointerCursor {
 
     // The address of the pointer here; moves behind it.
     std::uint64_t Take() {
-        if (segment_ == nullptr || segment_->size < pointerSize ||
-            offset_ > segment_->size - pointerSize) {
-            throw MachOError("it fixes a pointer outside its segments");
+        if (segment_ == nullptr || segment_->contents.size() < pointerSize ||
+            offset_ > segment_->contents.size() - pointerSize) {
+            throw MachOError("it fixes a pointer outside the contents of its segments");
         }
+        // Few opcodes can ask for any number of pointers.
         if (pointersLeft_ == 0) throw MachOError("it fixes more pointers than it has room for");
         --pointersLeft_;
         const std::uint64_t address = segment_->address + offset_;

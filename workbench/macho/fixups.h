@@ -30,7 +30,7 @@ std::vector<Binding> LazyBindings(const File& file);
 /// before.
 std::vector<Binding> WeakBindings(const File& file);
 
-// All throw MachOError for unknown opcodes, for pointers outside the segments and for more of them
-// than the image has room for.
+// All throw MachOError for unknown opcodes, for pointers outside what the file has of its segments
+// and for more of them than it has room for.
 
 }  // namespace workbench::macho

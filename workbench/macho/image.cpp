@@ -72,23 +72,28 @@ void Image::Bind(const File& file, const std::vector<Binding>& bindings, Resolve
                              (library.empty() ? "" : " from " + std::string(library)) +
                              ", which is not offered here");
         }
-        auto* const target = static_cast<std::uint8_t*>(symbol);
-        // A weak import that is missing is null whatever is to be added.
-        std::uint8_t* const pointer = target == nullptr ? nullptr : target + binding.addend;
-        std::memcpy(At(binding.address), &pointer, sizeof pointer);
-        importSlots_.push_back({std::string(binding.symbol), PointerAt(binding.address)});
+        Store(binding, symbol);
     }
 }
 
 // What nobody else defines stays the image's own.
 void Image::BindWeakly(const File& file, Resolver resolve) {
     for (const Binding& binding : WeakBindings(file)) {
-        auto* const symbol = static_cast<std::uint8_t*>(resolve(binding.symbol, {}));
-        if (symbol == nullptr) continue;
-        std::uint8_t* const pointer = symbol + binding.addend;
-        std::memcpy(At(binding.address), &pointer, sizeof pointer);
+        void* const symbol = resolve(binding.symbol, {});
+        if (symbol != nullptr) Store(binding, symbol);
+    }
+}
+
+// A weak import that is missing is null whatever is to be added. What is added may be any number,
+// so it is added to a number.
+void Image::Store(const Binding& binding, void* symbol) {
+    std::uint64_t value = 0;
+    if (symbol != nullptr) {
+        value =
+            reinterpret_cast<std::uintptr_t>(symbol) + static_cast<std::uint64_t>(binding.addend);
         importSlots_.push_back({std::string(binding.symbol), PointerAt(binding.address)});
     }
+    std::memcpy(At(binding.address), &value, sizeof value);
 }
 
 void Image::Protect(const File& file) {

@@ -42,6 +42,7 @@ class Image {
     void Rebase(const File& file) const;
     void Bind(const File& file, const std::vector<Binding>& bindings, Resolver resolve);
     void BindWeakly(const File& file, Resolver resolve);
+    void Store(const Binding& binding, void* symbol);
     void Protect(const File& file);
     void** PointerAt(std::uint64_t address) const { return reinterpret_cast<void**>(At(address)); }
 

@@ -3,11 +3,12 @@
 
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <string>
+#include <system_error>
 
 #include "workbench/macho/exports.h"
 #include "workbench/macho/imports.h"
+#include "workbench/reports/text_line.h"
 
 namespace workbench {
 
@@ -18,9 +19,15 @@ using macho::MachOError;
 constexpr std::string_view entryName = "_REALPluginMain";
 
 std::vector<std::uint8_t> ReadFile(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
     std::ifstream stream(path, std::ios::binary);
+    if (error || !stream) throw MachOError("it cannot be read");
+    if (size > macho::largestImage) throw MachOError("it is too large");
+    std::vector<std::uint8_t> bytes(size);
+    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
     if (!stream) throw MachOError("it cannot be read");
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    return bytes;
 }
 
 bool HasProtection(const macho::Segment* segment, std::int32_t protection) {
@@ -29,6 +36,28 @@ bool HasProtection(const macho::Segment* segment, std::int32_t protection) {
 
 bool IsCode(const macho::File& file, std::uint64_t address) {
     return HasProtection(file.SegmentAt(address), macho::protectionExecute);
+}
+
+using Initialiser = void (*)(int count, const char** words, const char** environment,
+                             const char** system);
+
+std::vector<Initialiser> InitialisersOf(const macho::File& file, const macho::Image& image) {
+    std::vector<Initialiser> initialisers;
+    const auto base = reinterpret_cast<std::uintptr_t>(image.At(0));
+    for (const macho::Section& section : file.sections) {
+        if (section.kind != macho::SectionKind::InitialiserPointers || section.size == 0) continue;
+        if (!HasProtection(file.SegmentAt(section.address), macho::protectionRead)) {
+            throw MachOError("its initialisers cannot be read");
+        }
+        for (std::uint64_t offset = 0; offset + sizeof(Initialiser) <= section.size;
+             offset += sizeof(Initialiser)) {
+            std::uintptr_t address = 0;
+            std::memcpy(&address, image.At(section.address + offset), sizeof address);
+            if (!IsCode(file, address - base)) throw MachOError("an initialiser of it is no code");
+            initialisers.push_back(reinterpret_cast<Initialiser>(address));
+        }
+    }
+    return initialisers;
 }
 
 }  // namespace
@@ -42,10 +71,9 @@ bool IsMachOFile(const std::filesystem::path& file) {
 
 MachOLibrary::MachOLibrary(const std::filesystem::path& file) {
     try {
-        bytes_ = ReadFile(file);
-        Load();
+        Load(ReadFile(file));
     } catch (const MachOError& error) {
-        throw PluginError("cannot load the plugin " + file.string() + ": " + error.what());
+        throw PluginError("cannot load the plugin " + file.string() + ": " + OneLine(error.what()));
     }
     if (entry_ == nullptr) {
         throw PluginError("the library " + file.string() + " is no plugin: it has no " +
@@ -53,50 +81,21 @@ MachOLibrary::MachOLibrary(const std::filesystem::path& file) {
     }
 }
 
-void MachOLibrary::Load() {
-    const macho::File file = macho::Parse(bytes_);
+// Everything is checked before anything of the image is registered or run.
+void MachOLibrary::Load(const std::vector<std::uint8_t>& bytes) {
+    const macho::File file = macho::Parse(bytes);
+    const auto entry = macho::ExportedAddress(file, entryName);
+    if (!entry) return;
+    if (!IsCode(file, *entry)) throw MachOError("its entry point is no code");
     image_.emplace(file, macho::ResolveImport);
-    RegisterFrames(file);
-    RunInitialisers(file);
-    const auto address = macho::ExportedAddress(file, entryName);
-    if (!address) return;
-    if (!IsCode(file, *address)) throw MachOError("its entry point is no code");
-    entry_ = reinterpret_cast<Entry>(image_->At(*address));
-}
-
-// What follows the section in its segment counts as well: the end of the records may lie there.
-void MachOLibrary::RegisterFrames(const macho::File& file) {
-    for (const macho::Section& section : file.sections) {
-        if (section.name != "__eh_frame" || section.size == 0) continue;
-        const macho::Segment* const segment = file.SegmentAt(section.address);
-        std::uint8_t* const frames = image_->At(section.address);
-        if (!HasProtection(segment, macho::protectionRead) ||
-            !macho::IsChainOfFrames({frames, segment->end() - section.address})) {
-            throw MachOError("its frame records have no end");
-        }
-        frames_.emplace(frames);
+    std::uint8_t* const frames = macho::FramesOf(file, *image_);
+    const std::vector<Initialiser> initialisers = InitialisersOf(file, *image_);
+    if (frames != nullptr) frames_.emplace(frames);
+    for (const Initialiser initialiser : initialisers) {
+        const char* nothing[] = {nullptr};
+        initialiser(0, nothing, nothing, nothing);
     }
-}
-
-void MachOLibrary::RunInitialisers(const macho::File& file) const {
-    using Initialiser =
-        void (*)(int count, const char** words, const char** environment, const char** system);
-    for (const macho::Section& section : file.sections) {
-        if (section.kind != macho::SectionKind::InitialiserPointers) continue;
-        if (!HasProtection(file.SegmentAt(section.address), macho::protectionRead)) {
-            throw MachOError("its initialisers cannot be read");
-        }
-        for (std::uint64_t offset = 0; offset + sizeof(Initialiser) <= section.size;
-             offset += sizeof(Initialiser)) {
-            std::uint8_t* pointer = nullptr;
-            std::memcpy(&pointer, image_->At(section.address + offset), sizeof pointer);
-            if (!IsCode(file, static_cast<std::uint64_t>(pointer - image_->At(0)))) {
-                throw MachOError("an initialiser of it is no code");
-            }
-            const char* nothing[] = {nullptr};
-            reinterpret_cast<Initialiser>(pointer)(0, nothing, nothing, nothing);
-        }
-    }
+    entry_ = reinterpret_cast<Entry>(image_->At(*entry));
 }
 
 std::vector<void**> MachOLibrary::ImportSlots(std::string_view function) const {

@@ -30,11 +30,8 @@ class MachOLibrary : public PluginLibrary {
     std::vector<void**> ImportSlots(std::string_view function) const;
 
   private:
-    void Load();
-    void RegisterFrames(const macho::File& file);
-    void RunInitialisers(const macho::File& file) const;
+    void Load(const std::vector<std::uint8_t>& bytes);
 
-    std::vector<std::uint8_t> bytes_;
     std::optional<macho::Image> image_;
     std::optional<macho::UnwindRegistration> frames_;
     Entry entry_ = nullptr;

@@ -3,16 +3,20 @@
 
 #include <cstdint>
 
-#include "workbench/macho/byte_reader.h"
+#include "workbench/macho/file.h"
+#include "workbench/macho/image.h"
 
 namespace workbench::macho {
 
-/// Whether the bytes are a chain of call frame records (DWARF 4, section 6.4.1, with lengths of 32
-/// bits) with a zero behind the last, which is how this system's unwinder finds their end.
-bool IsChainOfFrames(Bytes frames);
+/// The image's call frame records (DWARF 4, section 6.4.1, as compilers write them for this
+/// format); null where it has none. Throws MachOError unless they are sound: a chain with a zero
+/// behind the last, which is how this system's unwinder finds their end, of records that it can
+/// read and that describe code of the image only. Once registered it reads them at every exception
+/// of the process.
+std::uint8_t* FramesOf(const File& file, const Image& image);
 
-/// Registers the records with this system's unwinder while it lives. They must be a chain of frames
-/// and stay where they are.
+/// Registers sound records with this system's unwinder while it lives. They must stay where they
+/// are.
 class UnwindRegistration {
   public:
     explicit UnwindRegistration(std::uint8_t* frames);
