@@ -51,10 +51,11 @@ std::vector<Initialiser> InitialisersOf(const macho::File& file, const macho::Im
         }
         for (std::uint64_t offset = 0; offset + sizeof(Initialiser) <= section.size;
              offset += sizeof(Initialiser)) {
-            std::uintptr_t address = 0;
-            std::memcpy(&address, image.At(section.address + offset), sizeof address);
+            Initialiser initialiser = nullptr;
+            std::memcpy(&initialiser, image.At(section.address + offset), sizeof initialiser);
+            const auto address = reinterpret_cast<std::uintptr_t>(initialiser);
             if (!IsCode(file, address - base)) throw MachOError("an initialiser of it is no code");
-            initialisers.push_back(reinterpret_cast<Initialiser>(address));
+            initialisers.push_back(initialiser);
         }
     }
     return initialisers;
