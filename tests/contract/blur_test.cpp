@@ -88,7 +88,7 @@ TEST(Blur, GivesTheReferencesBytesForLargePicturesAndRadii) {
 // gives all quotients.
 TEST(Blur, GivesTheReferencesBytesForEveryRadiusUpToWhereSumsNeedMoreThan16Bits) {
     for (int radius = 1; radius <= 130; ++radius) {
-        const auto seed = static_cast<std::uint64_t>(1700 + radius);
+        const std::uint64_t seed = 1700U + static_cast<std::uint64_t>(radius);
         ExpectBlurred({1, 1, false}, {21, 17}, radius, seed);
     }
 }
