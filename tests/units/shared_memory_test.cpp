@@ -48,6 +48,11 @@ void LieInTheSource(int width, int height) {
     created.Describe(memory.data() + stride + 4, width, height);
 }
 
+// A byte further, so that what is written as one channel is read as another.
+void LieBetweenTheSourcesPixels(int width, int height) {
+    created.Describe(memory.data() + stride + 5, width, height);
+}
+
 // One pixel to the right of the source, in the same rows.
 void LieInTheSourcesRows(int width, int height) {
     created.Describe(memory.data() + 4, width, height);
@@ -186,6 +191,8 @@ TEST_F(SharedMemory, IsLeftAsItIsWhereTheBlurGetsNoMemory) {
 }
 
 TEST_F(SharedMemory, IsEnlargedByteAfterByte) {
+    ExpectEnlargedInOrder();
+    layOut = LieBetweenTheSourcesPixels;
     ExpectEnlargedInOrder();
 }
 
