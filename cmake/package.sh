@@ -10,7 +10,10 @@ version=$(sed -nE 's/^project\(.* VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
 # The same sources give the same archive.
 date=$(git log -1 --format=%ct 2>/dev/null || echo 0)
 
-# note SYSTEM FILE: a page on how to install the library.
+# shellcheck source=cmake/quietly.sh
+. cmake/quietly.sh
+
+# note SYSTEM FILE CHECKER: a page on how to install the library, with the command that checks it.
 note() {
     cat <<TEXT
 # Picture methods $version for $1
@@ -33,7 +36,8 @@ The library serves Linux on x86-64 with glibc 2.14 or later and the C++ runtime 
 TEXT
 }
 
-# pack SYSTEM LIBRARY CHECKER: makes one archive and prints its name.
+# pack SHORT_NAME LIBRARY CHECKER SYSTEM: makes one archive, named for the system, and prints its
+# name.
 pack() {
     local name folder archive
     name=vandrel_picture-$version-$1-x86_64
@@ -52,10 +56,9 @@ pack() {
     echo "$archive: $(stat -c %s "$archive") bytes"
 }
 
-if ! output=$(cmake --preset run 2>&1 && cmake --build --preset run --target vandrel_picture 2>&1); then
-    printf '%s\nThe library for Linux could not be built.\n' "$output" >&2
-    exit 2
-fi
+run_quietly() { zvk_quietly "The library for Linux could not be built." "$@"; }
+run_quietly cmake --preset run
+run_quietly cmake --build --preset run --target vandrel_picture
 mkdir -p "$packages"
 staging=$(mktemp -d)
 trap 'rm -rf "$staging"' EXIT

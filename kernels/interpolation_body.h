@@ -12,9 +12,9 @@ namespace {
 
 template <typename Simd>
 void InterpolateRowsInVectors(const RowInterpolation& job) {
+    static_assert(Simd::floatCount == bytesPerPixelWord, "a vector holds a pixel");
     const auto nearWeight = Simd::Broadcast(job.nearWeight);
     const auto farWeight = Simd::Broadcast(job.farWeight);
-    static_assert(Simd::floatCount == bytesPerPixelWord, "a vector holds a pixel");
     const std::int64_t count = job.width * bytesPerPixelWord;
     for (std::int64_t index = 0; index < count; index += Simd::floatCount) {
         const auto nearPart = Simd::Multiply(Simd::LoadBytes(job.nearRow + index), nearWeight);

@@ -19,7 +19,8 @@ namespace zvk {
 namespace {
 
 // Whether the image between the passes can be made at all. Deliberate: where its size in bytes is
-// a multiple of 2^32 there is none, however much memory there is.
+// a multiple of 2^32 there is none, however much memory there is. The height is an attached
+// picture's, which has at most 31 bits.
 bool IsPossibleIntermediate(std::int64_t width, std::int64_t height) {
     if (width > std::numeric_limits<std::int32_t>::max()) return false;
     return (std::uint64_t{bytesPerPixelWord} * static_cast<std::uint64_t>(width) *

@@ -134,14 +134,14 @@ class Workshop:
 
     def prepare(self) -> None:
         """Copies the sources, builds all of them, and makes sure that every check passes."""
-        _restore(self._pristine, self._build)
+        self._restore()
         _synchronise(self._tree, self._source)
         if self._run(("cmake", "--preset", PRESET), 600, self._source) != 0:
             raise WorkshopError(f"the build cannot be configured: see {self._output}")
         if not self._builds(("all",)):
             raise WorkshopError(f"the unchanged sources cannot be built: see {self._output}")
         self._pass_unchanged()
-        _copy_build(self._build, self._pristine)
+        _mirror(self._build, self._pristine)
 
     def judge(self, mutation: Mutation) -> Result:
         """Makes the mutation, runs the checks until one fails, and puts everything back."""
@@ -154,7 +154,12 @@ class Workshop:
         finally:
             path.write_text(text, encoding="utf-8")
             os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
-            _restore(self._pristine, self._build)
+            self._restore()
+
+    def _restore(self) -> None:
+        """Puts the build back as it was when it was copied, if it ever was."""
+        if self._pristine.is_dir():
+            _mirror(self._pristine, self._build)
 
     def _pass_unchanged(self) -> None:
         """Makes sure that the sources as they are pass, unless they are known to."""
@@ -296,23 +301,11 @@ def _is_as(file: Path, original: Path) -> bool:
     return own.st_mtime_ns == other.st_mtime_ns and own.st_size == other.st_size
 
 
-def _copy_build(build: Path, pristine: Path) -> None:
-    """Keeps a copy of all that was built."""
-    made = _files(build, RECORDS)
-    for file in made:
-        if not _is_as(pristine / file, build / file):
-            _copy(build / file, pristine / file)
-    for file in _files(pristine, RECORDS) - made:
-        (pristine / file).unlink()
-
-
-def _restore(pristine: Path, build: Path) -> None:
-    """Puts a build back as it was when it was copied, if it ever was."""
-    if not pristine.is_dir():
-        return
-    kept = _files(pristine, RECORDS)
-    for file in kept:
-        if not _is_as(build / file, pristine / file):
-            _copy(pristine / file, build / file)
-    for file in _files(build, RECORDS) - kept:
-        (build / file).unlink()
+def _mirror(original: Path, copy: Path) -> None:
+    """Makes one build's files the same as another's."""
+    wanted = _files(original, RECORDS)
+    for file in wanted:
+        if not _is_as(copy / file, original / file):
+            _copy(original / file, copy / file)
+    for file in _files(copy, RECORDS) - wanted:
+        (copy / file).unlink()
