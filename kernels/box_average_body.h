@@ -166,14 +166,15 @@ class ShortBoxAverager {
     __m128i shift_;
 };
 
-template <typename Simd>
+// `ShortBoxes` averages boxes of two to four pixels.
+template <typename Simd, typename ShortBoxes>
 void AverageRowInVectors(const RowAveraging& job) {
     if (job.sourceWidth < 1 || job.boxHeight < 1 || job.boxWidth > widestExactBox) {
         AverageRow(job);
     } else if (job.boxWidth == 1) {
         PickPixels<Simd>(job);
-    } else if (job.boxWidth <= ShortBoxAverager<Simd>::longest) {
-        ShortBoxAverager<Simd>(job).Run(job);
+    } else if (job.boxWidth <= ShortBoxes::longest) {
+        ShortBoxes(job).Run(job);
     } else {
         RowAverager<Simd>(job).Run();
     }

@@ -35,7 +35,7 @@ void Repeat(Step step) {
 }
 
 // `Rows` are the source's rows as bytes or as numbers.
-template <typename Simd, typename Narrow, typename Taps, typename Rows, int rowCount>
+template <typename Simd, typename Narrow, typename FourDoubles, typename Rows, int rowCount>
 class ColumnBlender {
   public:
     ColumnBlender(const ColumnBlending& job, const Rows& rows)
@@ -62,7 +62,6 @@ class ColumnBlender {
     using Floats = typename Simd::Floats;
     using Bytes = typename Simd::Bytes;
     using Mask = typename Simd::Mask;
-    using DoublePixel = typename Taps::DoublePixel;
     static constexpr int partCount = 4;
 
     // Parts of a vector's bytes as numbers.
@@ -205,14 +204,15 @@ class ColumnBlender {
     // Four pixels by the definition.
     [[gnu::noinline]] __m128i BlendExactly(const ContributionList& list,
                                            std::int64_t offset) const {
-        DoublePixel sums[4];
+        FourDoubles sums[4];
+        RowCursor cursor(job_.rows);
         for (std::int32_t index = 0; index < list.count; ++index) {
             const Contribution& entry = list.entries[index];
-            const std::uint8_t* pixels = job_.rows.Row(entry.pixel) + offset;
+            const std::uint8_t* pixels = cursor.Row(entry.pixel) + offset;
             const __m128 weight = _mm_set1_ps(entry.weight);
             for (int pixel = 0; pixel < 4; ++pixel) {
                 const __m128 values = Narrow::LoadBytes(pixels + pixel * bytesPerPixelWord);
-                sums[pixel] = sums[pixel] + DoublePixel::FromFloats(_mm_mul_ps(values, weight));
+                sums[pixel] = sums[pixel] + FourDoubles::FromFloats(_mm_mul_ps(values, weight));
             }
         }
         const double weightSum = list.weightSum;
@@ -235,37 +235,37 @@ class ColumnBlender {
     std::uint8_t places_[bytesPerPixelWord] = {};
 };
 
-template <typename Simd, typename Narrow, typename Taps, typename Rows>
+template <typename Simd, typename Narrow, typename FourDoubles, typename Rows>
 void BlendRowsOf(const ColumnBlending& job, const Rows& rows) {
     if (job.listCount == 1) {
-        ColumnBlender<Simd, Narrow, Taps, Rows, 1>(job, rows).Run();
+        ColumnBlender<Simd, Narrow, FourDoubles, Rows, 1>(job, rows).Run();
     } else {
-        ColumnBlender<Simd, Narrow, Taps, Rows, rowsBlended>(job, rows).Run();
+        ColumnBlender<Simd, Narrow, FourDoubles, Rows, rowsBlended>(job, rows).Run();
     }
 }
 
-template <typename Simd, typename Narrow, typename Taps>
+template <typename Simd, typename Narrow, typename FourDoubles>
 void BlendWideRows(const ColumnBlending& job) {
     if (AreInWholes(job)) {
         WholeBlender<Simd>(job).Run();
     } else if (job.numbers.places != nullptr) {
-        BlendRowsOf<Simd, Narrow, Taps>(job, job.numbers);
+        BlendRowsOf<Simd, Narrow, FourDoubles>(job, job.numbers);
     } else {
-        BlendRowsOf<Simd, Narrow, Taps>(job, job.rows);
+        BlendRowsOf<Simd, Narrow, FourDoubles>(job, job.rows);
     }
 }
 
 // Rows shorter than a vector are blended aside.
-template <typename Simd, typename Narrow, typename Taps>
+template <typename Simd, typename Narrow, typename FourDoubles>
 void BlendRows(const ColumnBlending& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
-    if (size >= Simd::byteCount) return BlendWideRows<Simd, Narrow, Taps>(job);
+    if (size >= Simd::byteCount) return BlendWideRows<Simd, Narrow, FourDoubles>(job);
     std::uint8_t bytes[rowsBlended][Simd::byteCount];
     ColumnBlending aside = job;
     for (int row = 0; row < job.listCount; ++row)
         aside.destinations[row] = bytes[row];
     aside.streams = false;
-    BlendWideRows<Simd, Narrow, Taps>(aside);
+    BlendWideRows<Simd, Narrow, FourDoubles>(aside);
     for (int row = 0; row < job.listCount; ++row)
         __builtin_memcpy(job.destinations[row], bytes[row], static_cast<std::size_t>(size));
 }

@@ -19,18 +19,15 @@ struct FixedList {
     const std::int16_t* coarse;  // `count` of them
     const std::int16_t* fine;    // and of these
     const ContributionList* exact;
-    std::int32_t first;
-    std::int32_t count;  // a multiple of `fixedGroup`
+    std::int32_t first;  // even
+    std::int32_t count;  // even
+    std::int32_t end;  // behind the last pixel that the list names, also if it has no weights here
     std::int32_t shift;
     std::int32_t bias;
     std::int32_t slack;
     std::int32_t fineShift;
     std::int32_t fineBias;
     std::int32_t fineSlack;
-    bool isExactInTwo;  // whether v is (C + half) 2^fineShift + F in the finer units, without fail
 };
-
-// Kernels read weights and pixels in multiples of this many.
-inline constexpr std::int32_t fixedGroup = 2;
 
 }  // namespace zvk::kernels

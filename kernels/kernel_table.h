@@ -15,19 +15,19 @@
 #include "kernels/interpolation.h"
 #include "kernels/long_blur.h"
 #include "kernels/pixel_rows.h"
+#include "kernels/row_words.h"
 
 namespace zvk::kernels {
 
-// Kernels that take rows side by side take this many.
-inline constexpr int rowsAtOnce = 4;
-
 // A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
 struct RowResampling {
-    // Each has all pixels from any list's `first` on, `count` of them.
     const std::uint8_t* sources[rowsAtOnce];
-    ChannelOrder order;
-    const FixedList* lists;
+    std::int64_t sourceWidth;  // in pixels
+    ChannelOrder order;        // whose fourth byte is the first or the last of a pixel
+    const FixedList* lists;    // which name pixels of the sources only
     std::int64_t listCount;
+    // Room for the words of all pixels up to the last that a list names, aligned for vectors.
+    std::uint16_t* words;
     std::uint8_t* destinations[rowsAtOnce];
 };
 

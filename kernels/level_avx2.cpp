@@ -1,13 +1,27 @@
 // The kernels of one level of instruction sets. Nothing here may be shared with other files: what
 // the linker could pick from here for everybody would not run on an older machine.
+#include "kernels/four_doubles_avx2.h"
 #include "kernels/level_table.h"
+#include "kernels/row_lanes_avx2.h"
 #include "kernels/simd_avx2.h"
-#include "kernels/taps_avx2.h"
 #include "kernels/words_avx2.h"
 
 namespace zvk::kernels {
 
-constinit const KernelTable avx2Kernels =
-    TableOf<Avx2, Sse41, Avx2Taps, WideWords, DoubleQuads>(InstructionSet::Avx2);
+namespace {
+
+struct Avx2Level {
+    using Simd = Avx2;
+    using Narrow = Sse41;
+    using Lanes = WideRowLanes;
+    using FourDoubles = FourDoublesAvx2;
+    using Words = WideWords;
+    using Doubles = DoubleQuads;
+    using ShortBoxes = ShortBoxAverager<Sse41>;
+};
+
+}  // namespace
+
+constinit const KernelTable avx2Kernels = TableOf<Avx2Level>(InstructionSet::Avx2);
 
 }  // namespace zvk::kernels

@@ -16,10 +16,16 @@
 namespace zvk::kernels {
 namespace {
 
-// `Simd` are the level's widest vectors, `Narrow` its sixteen-byte ones, `Taps` sums of taps along
-// a row, `Words` sixteen numbers of 16 bits and `Doubles` products in double precision.
-template <typename Simd, typename Narrow, typename Taps, typename Words, typename Doubles>
+// What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Lanes`
+// numbers of eight rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of
+// 16 bits, `Doubles` products in double precision, and `ShortBoxes` averages boxes of two to four
+// pixels.
+template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
+    using Simd = typename Level::Simd;
+    using Narrow = typename Level::Narrow;
+    using FourDoubles = typename Level::FourDoubles;
+    using Words = typename Level::Words;
     constexpr auto interpolateRows = [] {
         if constexpr (Simd::canPermute)
             return InterpolateRowsToPlanes<Simd>;
@@ -33,20 +39,20 @@ consteval KernelTable TableOf(InstructionSet level) {
             return InterpolateColumnsInVectors<Simd>;
     }();
     return {.instructionSet = level,
-            .resampleRows = ResampleRows<Taps>,
-            .blendRows = BlendRows<Simd, Narrow, Taps>,
+            .resampleRows = ResampleRows<typename Level::Lanes, FourDoubles>,
+            .blendRows = BlendRows<Simd, Narrow, FourDoubles>,
             .widenRow = WidenRow<Simd>,
-            .averageRow = AverageRowInVectors<Narrow>,
+            .averageRow = AverageRowInVectors<Narrow, typename Level::ShortBoxes>,
             .interpolateRows = interpolateRows,
             .interpolateColumns = interpolateColumns,
             .addToColumnSums = AddRowToColumnSums,
             .blurColumns = BlurColumnsInVectors<Words>,
             .blurRows = BlurRowsInVectors<Words>,
             .addToLongSums = AddToLongSums,
-            .blurColumnsLong = BlurColumnsLong<Narrow, typename Taps::DoublePixel>,
-            .blurRowLong = BlurRowLong<Narrow, typename Taps::DoublePixel>,
+            .blurColumnsLong = BlurColumnsLong<Narrow, FourDoubles>,
+            .blurRowLong = BlurRowLong<Narrow, FourDoubles>,
             .drawPlainRow = DrawPlainRow<Words>,
-            .drawWeightedRow = DrawWeightedRow<Narrow, Doubles>,
+            .drawWeightedRow = DrawWeightedRow<Narrow, typename Level::Doubles>,
             .copyRow = CopyRow<Simd, Narrow>};
 }
 

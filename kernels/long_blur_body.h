@@ -15,7 +15,7 @@ namespace {
 inline constexpr std::int64_t pixelsStored = 4;
 
 // Writes rows of opaque means, four pixels at a time.
-template <typename Narrow, typename DoublePixel>
+template <typename Narrow, typename FourDoubles>
 class MeanWriter {
   public:
     MeanWriter(std::int32_t boxLength, const ChannelOrder& from, const ChannelOrder& to)
@@ -39,7 +39,7 @@ class MeanWriter {
 
   private:
     __m128i MeansOf(__m128i sums) const {
-        return DoublePixel::FromIntegers(sums).Plus(0.5).Times(reciprocal_).Truncated();
+        return FourDoubles::FromIntegers(sums).Plus(0.5).Times(reciprocal_).Truncated();
     }
 
     __m128i Arranged(const __m128i (&means)[pixelsStored]) const {
@@ -55,9 +55,9 @@ inline void AddToLongSums(const LongSumming& job) {
         job.sums[index] += job.times * job.row[index];
 }
 
-template <typename Narrow, typename DoublePixel>
+template <typename Narrow, typename FourDoubles>
 void BlurColumnsLong(const LongColumnBlurring& job) {
-    const MeanWriter<Narrow, DoublePixel> writer(job.boxLength, job.sourceOrder, job.order);
+    const MeanWriter<Narrow, FourDoubles> writer(job.boxLength, job.sourceOrder, job.order);
     writer.Write(job.width, job.destination, [&job](std::int64_t x) {
         const std::int64_t offset = x * bytesPerPixelWord;
         auto* const place = reinterpret_cast<__m128i*>(job.sums + offset);
@@ -69,7 +69,7 @@ void BlurColumnsLong(const LongColumnBlurring& job) {
     });
 }
 
-template <typename Narrow, typename DoublePixel>
+template <typename Narrow, typename FourDoubles>
 void BlurRowLong(const LongRowBlurring& job) {
     const std::int64_t last = job.width - 1;
     const std::int64_t radius = job.radius;
@@ -91,7 +91,7 @@ void BlurRowLong(const LongRowBlurring& job) {
     for (std::int64_t x = 1; x <= inside; ++x)
         sums = _mm_add_epi32(sums, pixel(x));
 
-    const MeanWriter<Narrow, DoublePixel> writer(2 * job.radius + 1, job.sourceOrder, job.order);
+    const MeanWriter<Narrow, FourDoubles> writer(2 * job.radius + 1, job.sourceOrder, job.order);
     writer.Write(job.width, job.destination, [&](std::int64_t x) {
         const __m128i own = sums;
         const __m128i leaving = pixel(x < radius ? 0 : x - radius);

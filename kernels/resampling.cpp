@@ -34,9 +34,10 @@ std::uint8_t ResampleRowChannel(const std::uint8_t* channel, const ContributionL
 std::uint8_t ResampleColumnChannel(const PixelRows& rows, std::int64_t offset,
                                    const ContributionList& list) {
     double sum = 0.0;
+    RowCursor cursor(rows);
     for (std::int32_t index = 0; index < list.count; ++index) {
         const Contribution& entry = list.entries[index];
-        const auto value = static_cast<float>(rows.Row(entry.pixel)[offset]);
+        const auto value = static_cast<float>(cursor.Row(entry.pixel)[offset]);
         sum += static_cast<double>(value * entry.weight);
     }
     return Mean(sum, list.weightSum);

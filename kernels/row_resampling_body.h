@@ -2,170 +2,256 @@
 // Included by the files that instantiate it and by nothing else; everything here is internal to
 // each of them.
 //
+// The rows are the lanes: a vector holds one colour of two neighbouring pixels in eight rows, as
+// words, so that one product sums up two taps of all rows. Pixels are widened once, shortly before
+// the first list that names them.
+//
 // Exactness: sums are formed in integers with one digit of the weights, then with two. A list's
 // bounds say between which two values the definition's sum lies; where both have one whole part,
 // that is the byte. What is still open is computed by the definition, whose products are exact and
 // so may be fused.
 #pragma once
 
+#include <algorithm>
+
 #include "kernels/kernel_table.h"
-#include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
 namespace {
 
-template <typename Taps>
+template <typename Lanes, typename FourDoubles>
 class RowResampler {
   public:
     explicit RowResampler(const RowResampling& job)
         : job_(job),
-          colours_(_mm_andnot_si128(
-              _mm_cmpeq_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(job.order.alpha)),
-              _mm_set1_epi32(-1))) {}
+          pairing_(job.order),
+          // Pixels that do not begin with a colour begin with the byte that is none.
+          places_(job.order.alpha == 0 ? 8 : 0) {
+        static_assert(rowsAtOnce == 8, "as many rows as a vector has numbers");
+        static_assert(colourCount == 3, "as many colours as are packed");
+    }
 
-    void Run() const {
-        std::int64_t x = 0;
-        for (; x + blockLength <= job_.listCount; x += blockLength)
-            ResampleBlock(x);
-        for (; x < job_.listCount; ++x)
-            StorePixel(x, ResamplePixel(job_.lists[x]));
+    void Run() {
+        for (std::int64_t x = 0; x < job_.listCount; x += blockLength)
+            ResampleBlock(x, std::min(blockLength, job_.listCount - x));
     }
 
   private:
-    using Totals = typename Taps::Totals;
-    using DoublePixel = typename Taps::DoublePixel;
     static constexpr std::int64_t blockLength = 4;
-
-    // Lists up to here are summed up in no time, and one branch for several pays.
+    static constexpr int halfRows = rowsAtOnce / 2;
     static constexpr std::int32_t shortList = 8;
 
-    void ResampleBlock(std::int64_t x) const {
-        const FixedList* lists = job_.lists + x;
-        __m128i pixels[blockLength];
-        if (lists[0].count <= shortList && lists[1].count <= shortList &&
-            lists[2].count <= shortList && lists[3].count <= shortList) {
-            ResampleTogether(lists, pixels);
+    // A number of every row for each colour.
+    using Colours = Lanes[colourCount];
+
+    void ResampleBlock(std::int64_t x, std::int64_t length) {
+        std::int32_t end = 0;
+        for (std::int64_t index = 0; index < length; ++index)
+            end = std::max(end, job_.lists[x + index].end);
+        WidenUpTo(end);
+        Lanes pixels[blockLength];
+        for (std::int64_t index = 0; index < blockLength; ++index)
+            pixels[index] = Resample(job_.lists[x + std::min(index, length - 1)]) << places_;
+        if (length == blockLength) {
+            Store(pixels, [&](int row) { return job_.destinations[row] + x * bytesPerPixelWord; });
         } else {
-            for (int index = 0; index < blockLength; ++index)
-                pixels[index] = ResamplePixel(lists[index]);
-        }
-        StoreBlock(x, pixels);
-    }
-
-    void ResampleTogether(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
-        if (All(lists, [](const FixedList& list) { return list.slack == 0; })) {
-            for (int index = 0; index < blockLength; ++index)
-                pixels[index] = WholeParts(lists[index], SumFew(lists[index], lists[index].coarse));
-        } else if (All(lists, [](const FixedList& list) { return list.isExactInTwo; })) {
-            for (int index = 0; index < blockLength; ++index)
-                pixels[index] = ResampleInTwo(lists[index]);
-        } else {
-            ResampleWithBounds(lists, pixels);
+            StoreFew(pixels, x, length);
         }
     }
 
-    template <typename Has>
-    static bool All(const FixedList* lists, Has has) {
-        return has(lists[0]) && has(lists[1]) && has(lists[2]) && has(lists[3]);
-    }
-
-    void ResampleWithBounds(const FixedList* lists, __m128i (&pixels)[blockLength]) const {
-        Totals sums[blockLength];
-        bool isOpen = false;
-        for (int index = 0; index < blockLength; ++index) {
-            sums[index] = SumFew(lists[index], lists[index].coarse);
-            isOpen = isOpen | IsOpen(lists[index], sums[index]);
-        }
-        for (int index = 0; index < blockLength; ++index) {
-            pixels[index] = isOpen ? ResampleFinely(lists[index], sums[index])
-                                   : WholeParts(lists[index], sums[index]);
-        }
-    }
-
-    // With both digits and no question left.
-    __m128i ResampleInTwo(const FixedList& list) const {
-        const Totals coarse = SumFew(list, list.coarse) + (1 << (list.shift - 1));
-        const Totals fine = SumFew(list, list.fine) >> list.fineShift;
-        return ((coarse + fine) >> list.shift).ToBytes();
-    }
-
-    // A pixel of each row, one after the other.
-    __m128i ResamplePixel(const FixedList& list) const {
-        const Totals sums = SumProducts(list, list.coarse);
-        return IsOpen(list, sums) ? ResampleFinely(list, sums) : WholeParts(list, sums);
-    }
-
-    [[gnu::always_inline]] Totals SumProducts(const FixedList& list,
-                                              const std::int16_t* weights) const {
-        return Taps::SumProducts(job_.sources, std::int64_t{list.first} * bytesPerPixelWord,
-                                 weights, list.count);
-    }
-
-    // The same for a short list.
-    [[gnu::always_inline]] Totals SumFew(const FixedList& list, const std::int16_t* weights) const {
-        return Taps::SumFew(job_.sources, std::int64_t{list.first} * bytesPerPixelWord, weights,
-                            list.count);
-    }
-
-    // Whether sums with the coarse digit leave more than one byte for some colour.
-    bool IsOpen(const FixedList& list, const Totals& sums) const {
-        const Totals least = sums + list.bias;
-        return least.DiffersAbove(list.shift, least + list.slack, colours_);
-    }
-
-    static __m128i WholeParts(const FixedList& list, const Totals& sums) {
-        return ((sums + list.bias) >> list.shift).ToBytes();
-    }
-
-    // Takes the second digit of the weights into account.
-    __m128i ResampleFinely(const FixedList& list, const Totals& coarse) const {
-        const Totals rounded = coarse + (1 << (list.shift - 1));
-        const Totals least = SumProducts(list, list.fine) + list.fineBias;
-        const Totals low = rounded + (least >> list.fineShift);
-        const Totals high = rounded + ((least + list.fineSlack) >> list.fineShift);
-        if (low.DiffersAbove(list.shift, high, colours_)) return ResampleExactly(*list.exact);
-        return (low >> list.shift).ToBytes();
-    }
-
-    // Computes the pixels by the definition.
-    [[gnu::noinline]] __m128i ResampleExactly(const ContributionList& list) const {
-        DoublePixel sums[rowsAtOnce];
-        for (std::int32_t index = 0; index < list.count; ++index) {
-            const Contribution& entry = list.entries[index];
-            const std::int64_t offset = std::int64_t{entry.pixel} * bytesPerPixelWord;
-            for (int row = 0; row < rowsAtOnce; ++row) {
-                sums[row] = sums[row].PlusExact(DoublePixel::FromBytes(job_.sources[row] + offset),
-                                                double{entry.weight});
+    // Makes words of the pixels of every row up to before `end`, four at a time.
+    void WidenUpTo(std::int32_t end) {
+        for (; widened_ < end; widened_ += pixelsWidened) {
+            const std::int64_t offset = widened_ * bytesPerPixelWord;
+            if (job_.sourceWidth - widened_ >= pixelsWidened) {
+                Widen([&](int row) { return job_.sources[row] + offset; });
+            } else {
+                WidenLast(offset);
             }
         }
-        const double weightSum = list.weightSum;
-        return Sse2::PackPixels([&](int row) { return sums[row].Mean(weightSum); });
     }
 
-    // Stores four neighbouring pixels of each row.
-    void StoreBlock(std::int64_t x, const __m128i (&pixels)[blockLength]) const {
-        __m128i rows[rowsAtOnce];
-        Sse2::Transpose(pixels, rows);
-        for (int row = 0; row < rowsAtOnce; ++row)
-            Sse2::StoreAll(job_.destinations[row] + x * bytesPerPixelWord, rows[row]);
+    // Makes words of four pixels that lie where `placeOf` says.
+    template <typename PlaceOf>
+    void Widen(PlaceOf placeOf) const {
+        Lanes pairs[halfRows];
+        for (int row = 0; row < halfRows; ++row)
+            pairs[row] = pairing_(Lanes::FromHalves(placeOf(row), placeOf(row + halfRows)));
+        std::uint16_t* const words = WordsOf(widened_, 0);
+        WidenPair(pairs[0].FirstWordsWith(pairs[1]), pairs[2].FirstWordsWith(pairs[3]), words);
+        WidenPair(pairs[0].LastWordsWith(pairs[1]), pairs[2].LastWordsWith(pairs[3]),
+                  words + wordsPerPair);
     }
 
-    void StorePixel(std::int64_t x, __m128i pixels) const {
-        alignas(16) std::uint8_t bytes[rowsAtOnce * bytesPerPixelWord];
-        Sse2::StoreAll(bytes, pixels);
+    // The same for the last pixels, fewer than four.
+    [[gnu::noinline]] void WidenLast(std::int64_t offset) const {
+        std::uint8_t aside[rowsAtOnce][pixelsWidened * bytesPerPixelWord] = {};
+        const std::int64_t size = job_.sourceWidth * bytesPerPixelWord - offset;
         for (int row = 0; row < rowsAtOnce; ++row) {
-            __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord,
-                             bytes + row * bytesPerPixelWord, bytesPerPixelWord);
+            __builtin_memcpy(aside[row], job_.sources[row] + offset,
+                             static_cast<std::size_t>(size));
+        }
+        Widen([&](int row) { return aside[row]; });
+    }
+
+    // Stores the words of two pixels, whose colours are given for two rows of each half.
+    static void WidenPair(Lanes firstRows, Lanes lastRows, std::uint16_t* words) {
+        const Lanes zero = Lanes::Broadcast(0);
+        const Lanes firstColours = firstRows.FirstNumbersWith(lastRows);
+        firstColours.FirstBytesWith(zero).Store(words);
+        firstColours.LastBytesWith(zero).Store(words + wordsPerColour);
+        firstRows.LastNumbersWith(lastRows).FirstBytesWith(zero).Store(words + 2 * wordsPerColour);
+    }
+
+    // One pixel of every row, its colours in its first bytes.
+    Lanes Resample(const FixedList& list) const {
+        const Lanes bias = Lanes::Broadcast(list.bias);
+        Colours sums = {bias, bias, bias};
+        AddProducts(list, list.coarse, sums);
+        if (list.slack != 0) {
+            if (list.fineSlack == 0 && list.count <= shortList) return ResampleInTwo(list, sums);
+            if (AreOpen(list, sums)) return ResampleFinely(list, sums);
+        }
+        return Lanes::PackPixels(sums[0] >> list.shift, sums[1] >> list.shift,
+                                 sums[2] >> list.shift);
+    }
+
+    // The same with both digits and no question left. A short list is summed up once more in less
+    // time than it takes to find out whether that is needed.
+    Lanes ResampleInTwo(const FixedList& list, const Colours& coarse) const {
+        Colours fine = {Lanes::Broadcast(0), Lanes::Broadcast(0), Lanes::Broadcast(0)};
+        AddProducts(list, list.fine, fine);
+        const Lanes rounding = Lanes::Broadcast(HalfOf(list) - list.bias);
+        const auto valueOf = [&](int colour) {
+            return (coarse[colour] + rounding + (fine[colour] >> list.fineShift)) >> list.shift;
+        };
+        return Lanes::PackPixels(valueOf(0), valueOf(1), valueOf(2));
+    }
+
+    // Adds the products with one digit of the weights.
+    [[gnu::always_inline]] void AddProducts(const FixedList& list, const std::int16_t* weights,
+                                            Colours& sums) const {
+        const std::uint16_t* words = WordsOf(list.first, 0);
+        const auto addPair = [&sums](const std::uint16_t* pair, Lanes factors) {
+            for (int colour = 0; colour < colourCount; ++colour) {
+                const Lanes values = Lanes::Load(pair + colour * wordsPerColour);
+                sums[colour] = sums[colour].PlusProducts(values, factors);
+            }
+        };
+        std::int32_t left = list.count;
+        for (; left >= 4; left -= 4) {
+            addPair(words, LoadPair(weights));
+            addPair(words + wordsPerPair, LoadPair(weights + 2));
+            words += 2 * wordsPerPair;
+            weights += 4;
+        }
+        if (left > 0) addPair(words, LoadPair(weights));
+    }
+
+    // Whether sums with the coarse digit leave more than one byte for some colour of some row.
+    static bool AreOpen(const FixedList& list, const Colours& least) {
+        const Lanes slack = Lanes::Broadcast(list.slack);
+        const Lanes differences = (least[0] ^ (least[0] + slack)) |
+                                  (least[1] ^ (least[1] + slack)) | (least[2] ^ (least[2] + slack));
+        return differences.HasAny(Lanes::Broadcast(WholeBits(list.shift)));
+    }
+
+    // The weights of two taps for every row.
+    static Lanes LoadPair(const std::int16_t* weights) {
+        std::int32_t pair = 0;
+        __builtin_memcpy(&pair, weights, sizeof pair);
+        return Lanes::Broadcast(pair);
+    }
+
+    static std::int32_t HalfOf(const FixedList& list) { return 1 << (list.shift - 1); }
+
+    // The bits of a number's whole part.
+    static std::int32_t WholeBits(std::int32_t shift) {
+        return static_cast<std::int32_t>(~std::uint32_t{0} << static_cast<std::uint32_t>(shift));
+    }
+
+    // The same where the coarse digit leaves more than one byte for some colour of some row.
+    // `least` are the lower ends of its intervals.
+    [[gnu::noinline]] Lanes ResampleFinely(const FixedList& list, const Colours& least) const {
+        const Lanes slack = Lanes::Broadcast(list.slack);
+        const Lanes whole = Lanes::Broadcast(WholeBits(list.shift));
+        Colours bytes;
+        for (int colour = 0; colour < colourCount; ++colour) {
+            const Lanes low = least[colour];
+            bytes[colour] = (low ^ (low + slack)).HasAny(whole) ? SettleColour(list, colour, low)
+                                                                : low >> list.shift;
+        }
+        return Lanes::PackPixels(bytes[0], bytes[1], bytes[2]);
+    }
+
+    // One colour, with the second digit of the weights.
+    Lanes SettleColour(const FixedList& list, int colour, Lanes least) const {
+        const std::uint16_t* words = WordsOf(list.first, colour);
+        Lanes fine = Lanes::Broadcast(list.fineBias);
+        for (std::int32_t tap = 0; tap < list.count; tap += 2) {
+            fine = fine.PlusProducts(Lanes::Load(words), LoadPair(list.fine + tap));
+            words += wordsPerPair;
+        }
+        const Lanes rounded = least + Lanes::Broadcast(HalfOf(list) - list.bias);
+        const Lanes low = rounded + (fine >> list.fineShift);
+        const Lanes high = rounded + ((fine + Lanes::Broadcast(list.fineSlack)) >> list.fineShift);
+        const bool isOpen = (low ^ high).HasAny(Lanes::Broadcast(WholeBits(list.shift)));
+        return isOpen ? ComputeColour(*list.exact, colour) : low >> list.shift;
+    }
+
+    // One colour by the definition.
+    Lanes ComputeColour(const ContributionList& list, int colour) const {
+        FourDoubles lower;
+        FourDoubles upper;
+        for (std::int32_t index = 0; index < list.count; ++index) {
+            const Contribution& entry = list.entries[index];
+            const Lanes both = Lanes::Load(WordsOf(entry.pixel, colour));
+            const Lanes values = entry.pixel % 2 == 0 ? both & Lanes::Broadcast(255) : both >> 16;
+            lower =
+                lower.PlusExact(FourDoubles::FromIntegers(values.Lower()), double{entry.weight});
+            upper =
+                upper.PlusExact(FourDoubles::FromIntegers(values.Upper()), double{entry.weight});
+        }
+        const double weightSum = list.weightSum;
+        return Lanes::FromHalves(lower.Mean(weightSum), upper.Mean(weightSum));
+    }
+
+    // Where the words of a pixel and its neighbour lie.
+    std::uint16_t* WordsOf(std::int32_t pixel, int colour) const {
+        return job_.words + pixel / 2 * wordsPerPair + colour * wordsPerColour;
+    }
+
+    // Stores four neighbouring pixels of each row where `placeOf` says.
+    template <typename PlaceOf>
+    static void Store(const Lanes (&pixels)[blockLength], PlaceOf placeOf) {
+        const Lanes firstLeft = pixels[0].FirstNumbersWith(pixels[1]);
+        const Lanes firstRight = pixels[2].FirstNumbersWith(pixels[3]);
+        const Lanes lastLeft = pixels[0].LastNumbersWith(pixels[1]);
+        const Lanes lastRight = pixels[2].LastNumbersWith(pixels[3]);
+        firstLeft.FirstPairsWith(firstRight).StoreHalves(placeOf(0), placeOf(halfRows));
+        firstLeft.LastPairsWith(firstRight).StoreHalves(placeOf(1), placeOf(1 + halfRows));
+        lastLeft.FirstPairsWith(lastRight).StoreHalves(placeOf(2), placeOf(2 + halfRows));
+        lastLeft.LastPairsWith(lastRight).StoreHalves(placeOf(3), placeOf(3 + halfRows));
+    }
+
+    void StoreFew(const Lanes (&pixels)[blockLength], std::int64_t x, std::int64_t length) const {
+        std::uint8_t aside[rowsAtOnce][blockLength * bytesPerPixelWord];
+        Store(pixels, [&](int row) { return aside[row]; });
+        for (int row = 0; row < rowsAtOnce; ++row) {
+            __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord, aside[row],
+                             static_cast<std::size_t>(length * bytesPerPixelWord));
         }
     }
 
     const RowResampling& job_;
-    __m128i colours_;
+    typename Lanes::ColourPairing pairing_;
+    std::int32_t places_;
+    std::int32_t widened_ = 0;
 };
 
-template <typename Taps>
+template <typename Lanes, typename FourDoubles>
 void ResampleRows(const RowResampling& job) {
-    RowResampler<Taps>(job).Run();
+    RowResampler<Lanes, FourDoubles>(job).Run();
 }
 
 }  // namespace

@@ -149,6 +149,18 @@ struct Sse2 {
                                 _mm_packs_epi32(pixelAt(2), pixelAt(3)));
     }
 
+    // From four bytes of each of four to one byte of each.
+    static __m128i TransposeBytes(__m128i bytes) {
+        const __m128i halves = _mm_unpacklo_epi8(bytes, _mm_srli_si128(bytes, 8));
+        return _mm_unpacklo_epi8(halves, _mm_srli_si128(halves, 8));
+    }
+
+    // The bytes of the first and the second of four pixels in turn, then those of the last two.
+    static __m128i PairPixels(__m128i pixels) {
+        const __m128i parted = _mm_shuffle_epi32(pixels, _MM_SHUFFLE(3, 1, 2, 0));
+        return _mm_unpacklo_epi8(parted, _mm_srli_si128(parted, 8));
+    }
+
     // From four pixels of each row to one pixel of each row for four columns, or back.
     static void Transpose(const __m128i (&pixels)[4], __m128i (&transposed)[4]) {
         const __m128i upperLeft = _mm_unpacklo_epi32(pixels[0], pixels[1]);

@@ -51,6 +51,15 @@ struct Sse41 : Sse2 {
         return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel), _mm_set1_epi8(1));
     }
 
+    static __m128i TransposeBytes(__m128i bytes) {
+        return _mm_shuffle_epi8(
+            bytes, _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+    }
+    static __m128i PairPixels(__m128i pixels) {
+        return _mm_shuffle_epi8(
+            pixels, _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15));
+    }
+
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)

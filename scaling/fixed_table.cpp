@@ -162,48 +162,49 @@ void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
     }
     const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
+    // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
+    if (belowFine.AreZero() && IsPowerOfTwo(exact.weightSum)) return;
     const WholeInterval interval(belowFine, error * coarseScale * fineScale);
     fixed.fineBias = interval.begin;
     fixed.fineSlack = interval.length;
-    // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
-    fixed.isExactInTwo = belowFine.AreZero() && IsPowerOfTwo(exact.weightSum);
 }
 
-// The number of weights of a list, rounded up to whole groups; none for a list that is too long.
-std::int32_t PaddedLength(const ContributionList& list) {
-    if (list.count == 0) return 0;
-    const std::int64_t length =
-        std::int64_t{list.entries[list.count - 1].pixel} - list.entries[0].pixel + 1;
-    if (length > longestFixed) return 0;
-    constexpr std::int64_t group = kernels::fixedGroup;
-    return static_cast<std::int32_t>((length + group - 1) / group * group);
-}
+// The pixels that a list's weights are for: whole pairs, and none for a list that is too long.
+struct PairSpan {
+    std::int32_t first = 0;
+    std::int32_t count = 0;
+
+    explicit PairSpan(const ContributionList& list) {
+        if (list.count == 0) return;
+        const std::int32_t begin = list.entries[0].pixel / 2 * 2;
+        const std::int64_t end = std::int64_t{list.entries[list.count - 1].pixel} / 2 * 2 + 2;
+        if (end - begin > longestFixed) return;
+        first = begin;
+        count = static_cast<std::int32_t>(end - begin);
+    }
+};
 
 }  // namespace
 
-bool FixedTable::Build(std::span<const ContributionList> exact, std::int64_t sourceLength) {
+bool FixedTable::Build(std::span<const ContributionList> exact) {
     std::int64_t weightCount = 0;
     for (const ContributionList& list : exact)
-        weightCount += PaddedLength(list);
-    lists_ = AllocateZeroed<FixedList>(static_cast<std::int64_t>(exact.size()));
+        weightCount += PairSpan(list).count;
+    lists_ = AllocateZeroed<FixedList>(std::ssize(exact));
     digits_ = AllocateZeroed<std::int16_t>(2 * weightCount + 1);
     if (lists_ == nullptr || digits_ == nullptr) return false;
 
     std::int16_t* digits = digits_.get();
     FixedList* fixed = lists_.get();
     for (const ContributionList& list : exact) {
-        const std::int32_t length = PaddedLength(list);
+        const PairSpan span(list);
         fixed->exact = &list;
-        fixed->count = length;
-        if (length > 0) {
-            // The group's surplus lies before the list where it would lie beyond the source.
-            const std::int64_t last = std::max<std::int64_t>(sourceLength - length, 0);
-            fixed->first =
-                static_cast<std::int32_t>(std::min<std::int64_t>(list.entries[0].pixel, last));
-        }
-        readLength_ = std::max(readLength_, std::int64_t{fixed->first} + length);
-        FillFixed(*fixed, digits, digits + length);
-        digits += 2 * static_cast<std::ptrdiff_t>(length);
+        fixed->first = span.first;
+        fixed->count = span.count;
+        if (list.count > 0) fixed->end = list.entries[list.count - 1].pixel + 1;
+        end_ = std::max(end_, std::int64_t{fixed->end});
+        FillFixed(*fixed, digits, digits + span.count);
+        digits += 2 * static_cast<std::ptrdiff_t>(span.count);
         ++fixed;
     }
     return true;

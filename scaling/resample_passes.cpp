@@ -42,11 +42,9 @@ bool RowPass::PrepareBoxes() {
 }
 
 bool RowPass::PrepareKernels() {
-    if (!fixed_.Build(lists_, reader_.width)) return false;
-    if (fixed_.readLength() <= reader_.width) return true;
-    padded_ =
-        AllocateZeroed<std::uint8_t>(fixed_.readLength() * bytesPerPixelWord * kernels::rowsAtOnce);
-    return padded_ != nullptr;
+    if (!fixed_.Build(lists_)) return false;
+    words_ = AllocateZeroed<std::uint16_t>(kernels::WordCountOf(fixed_.end()));
+    return words_ != nullptr;
 }
 
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
@@ -91,28 +89,21 @@ void RowPass::AverageRows(std::int64_t first, std::int64_t last,
 
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
     kernels::RowResampling job{.sources = {},
+                               .sourceWidth = reader_.width,
                                .order = *order_,
                                .lists = fixed_.lists(),
-                               .listCount = static_cast<std::int64_t>(lists_.size()),
+                               .listCount = std::ssize(lists_),
+                               .words = kernels::AlignedWords(words_.get()),
                                .destinations = {}};
     for (std::int64_t y = first; y < last; y += kernels::rowsAtOnce) {
         for (int row = 0; row < kernels::rowsAtOnce; ++row) {
             // Where rows run out the last one is done more than once.
             const std::int64_t index = std::min(y + row, last - 1);
-            job.sources[row] = ReadableRow(index, row);
+            job.sources[row] = reader_.RowAddress(index);
             job.destinations[row] = rows.Row(index);
         }
         kernels::SelectedKernels().resampleRows(job);
     }
-}
-
-// Row y of the source, copied where groups of weights reach beyond its end.
-const std::uint8_t* RowPass::ReadableRow(std::int64_t y, int place) const {
-    const std::uint8_t* row = reader_.RowAddress(y);
-    if (padded_ == nullptr) return row;
-    std::uint8_t* copy = padded_.get() + place * fixed_.readLength() * bytesPerPixelWord;
-    std::memcpy(copy, row, static_cast<std::size_t>(reader_.width * bytesPerPixelWord));
-    return copy;
 }
 
 void CopyRow(std::int64_t y, const std::uint8_t* pixels, const ChannelOrder& order,

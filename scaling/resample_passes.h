@@ -18,7 +18,7 @@ namespace zvk {
 // The pass along the rows. Where memory for the vector kernels is short, the definition serves.
 class RowPass {
   public:
-    // `lists` must outlive the pass.
+    // `lists`, of which there is at least one, must outlive the pass.
     RowPass(const PictureReader& reader, std::span<const ContributionList> lists);
 
     // Whether every pixel gives just its own bytes.
@@ -35,14 +35,13 @@ class RowPass {
     void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void AverageRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
-    const std::uint8_t* ReadableRow(std::int64_t y, int place) const;
 
     const PictureReader& reader_;
     std::span<const ContributionList> lists_;
     std::optional<ChannelOrder> order_;
     FixedTable fixed_;
-    // Room for rows that the kernels would read beyond, if there are any.
-    Buffer<std::uint8_t> padded_;
+    // Room for the words of the rows in work.
+    Buffer<std::uint16_t> words_;
     // Where boxes start that have all one length.
     Buffer<std::int32_t> boxStarts_;
     std::int64_t boxLength_ = 0;

@@ -99,15 +99,20 @@ void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& or
     std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> found;
     ForEveryFilter<Axis::Horizontal>(lengths, [&](auto lists) {
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists, lengths.source));
-        const std::int64_t length = std::max(lengths.source, fixed.readLength());
+        ASSERT_TRUE(fixed.Build(lists));
+        // What lies in the memory for words counts nothing.
+        const std::int64_t wordCount = WordCountOf(fixed.end());
+        GuardedBytes words(static_cast<std::int64_t>(sizeof(std::uint16_t)) * wordCount, guard);
+        words.FillWith(255);
         RowResampling job{.sources = {},
+                          .sourceWidth = lengths.source,
                           .order = order,
                           .lists = fixed.lists(),
                           .listCount = lengths.destination,
+                          .words = AlignedWords(reinterpret_cast<std::uint16_t*>(words.data())),
                           .destinations = {}};
         for (int row = 0; row < rowsAtOnce; ++row) {
-            sources[row] = std::make_unique<GuardedBytes>(4 * length, guard);
+            sources[row] = std::make_unique<GuardedBytes>(4 * lengths.source, guard);
             found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
             Fill(*sources[row], picture, random);
             job.sources[row] = sources[row]->data();
@@ -381,11 +386,10 @@ BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
     return bounded.lists()[0];
 }
 
-FixedList FixedOf(std::vector<Contribution> entries, float weightSum,
-                  std::int64_t sourceLength = 10000) {
+FixedList FixedOf(std::vector<Contribution> entries, float weightSum) {
     const std::array lists = {ListOf(entries, weightSum)};
     FixedTable fixed;
-    EXPECT_TRUE(fixed.Build(lists, sourceLength));
+    EXPECT_TRUE(fixed.Build(lists));
     return fixed.lists()[0];
 }
 
@@ -413,15 +417,18 @@ TEST(FixedLists, LieHalfAStepAboveForPlainMeans) {
 }
 
 TEST(FixedLists, AreExactInTwoDigitsWhereTheyHoldAllBitsOfTheWeights) {
-    EXPECT_TRUE(
-        FixedOf({{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}}, 1.0F).isExactInTwo);
-    EXPECT_TRUE(FixedOf({{0.125F, 0}, {0.875F, 1}}, 1.0F).isExactInTwo);
-    EXPECT_FALSE(FixedOf({{0.001F, 0}, {0.999F, 1}}, 1.0F).isExactInTwo) << "has finer bits";
-    EXPECT_FALSE(FixedOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F).isExactInTwo) << "is divided";
+    const auto isExact = [](std::vector<Contribution> entries, float weightSum) {
+        const FixedList list = FixedOf(std::move(entries), weightSum);
+        return list.fineBias == 0 && list.fineSlack == 0;
+    };
+    EXPECT_TRUE(isExact({{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}}, 1.0F));
+    EXPECT_TRUE(isExact({{0.125F, 0}, {0.875F, 1}}, 1.0F));
+    EXPECT_FALSE(isExact({{0.001F, 0}, {0.999F, 1}}, 1.0F)) << "has finer bits";
+    EXPECT_FALSE(isExact({{0.3F, 0}, {0.7F, 1}}, 0.99999994F)) << "is divided";
 }
 
 TEST(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
-    const FixedList list = FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F);
+    const FixedList list = FixedOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F);
     const double unit = std::ldexp(1.0, -list.shift);
     EXPECT_GT(list.slack, 0);
     EXPECT_LT(list.slack * unit, 0.01);
@@ -470,7 +477,7 @@ TEST(FixedLists, HaveDigitsOfTwoSignedBytesWhoseSumsDoNotOverflow) {
     for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
         const std::array lists = {ListOf(entries, 1.0F)};
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists, 10000));
+        ASSERT_TRUE(fixed.Build(lists));
         const FixedList& list = fixed.lists()[0];
         for (std::int32_t index = 0; index < list.count; ++index) {
             ASSERT_LE(std::abs(list.coarse[index]), greatestDigit) << list.count;
@@ -487,7 +494,7 @@ TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
     for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
         const std::array lists = {ListOf(entries, 1.0F)};
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists, 10000));
+        ASSERT_TRUE(fixed.Build(lists));
         const FixedList& list = fixed.lists()[0];
         if (list.slack == 0) continue;
         const double unit = std::ldexp(1.0, list.shift);
@@ -508,13 +515,27 @@ TEST(FixedLists, AreNoPlainMeansWhereTheirStepsAreTooSmall) {
     EXPECT_EQ(FixedOf(PlainMeanOf(5), 5.0F).slack, 0);
 }
 
-TEST(FixedLists, KeepTheirPairsInsideTheSource) {
-    const FixedList inside = FixedOf({{0.5F, 4}, {0.25F, 5}, {0.25F, 6}}, 1.0F, 7);
-    EXPECT_EQ(inside.first, 3);
-    EXPECT_EQ(inside.count, 4);
-    const FixedList beyond = FixedOf({{1.0F, 0}}, 1.0F, 1);
-    EXPECT_EQ(beyond.first, 0);
-    EXPECT_EQ(beyond.count, 2);
+TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
+    std::vector<Contribution> odd = {{0.5F, 5}, {0.25F, 6}, {0.25F, 7}};
+    std::vector<Contribution> even = {{0.5F, 4}, {0.25F, 5}, {0.25F, 6}};
+    const std::array lists = {ListOf(odd, 1.0F), ListOf(even, 1.0F)};
+    FixedTable fixed;
+    ASSERT_TRUE(fixed.Build(lists));
+    EXPECT_EQ(fixed.end(), 8);
+    EXPECT_EQ(fixed.lists()[0].end, 8);
+    EXPECT_EQ(fixed.lists()[1].end, 7);
+    for (const FixedList& list : {fixed.lists()[0], fixed.lists()[1]}) {
+        EXPECT_EQ(list.first, 4);
+        EXPECT_EQ(list.count, 4);
+    }
+    EXPECT_EQ(fixed.lists()[0].coarse[0], 0);
+    EXPECT_EQ(fixed.lists()[1].coarse[3], 0);
+}
+
+TEST(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
+    const FixedList list = FixedOf({{1.0F, 3}, {-1.0F, 8}}, 0.0F);
+    EXPECT_EQ(list.count, 0);
+    EXPECT_EQ(list.end, 9);
 }
 
 TEST(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {

@@ -1,0 +1,124 @@
+// Numbers of eight rows in one thirty-two-byte vector.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "kernels/channel_order.h"
+
+namespace zvk::kernels {
+namespace {
+
+// A 32-bit number of each of eight rows, or as many bytes: rows 0 to 3 in the lower half, rows 4 to
+// 7 in the upper one.
+struct WideRowLanes {
+    __m256i bits;
+
+    static WideRowLanes Broadcast(std::int32_t number) { return {_mm256_set1_epi32(number)}; }
+    static WideRowLanes Load(const std::uint16_t* words) {
+        return {_mm256_load_si256(reinterpret_cast<const __m256i*>(words))};
+    }
+    void Store(std::uint16_t* words) const {
+        _mm256_store_si256(reinterpret_cast<__m256i*>(words), bits);
+    }
+
+    // Sixteen bytes of each half.
+    static WideRowLanes FromHalves(const std::uint8_t* lower, const std::uint8_t* upper) {
+        const auto load = [](const std::uint8_t* bytes) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+        };
+        return {_mm256_set_m128i(load(upper), load(lower))};
+    }
+    static WideRowLanes FromHalves(__m128i lower, __m128i upper) {
+        return {_mm256_set_m128i(upper, lower)};
+    }
+    void StoreHalves(std::uint8_t* lower, std::uint8_t* upper) const {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(lower), Lower());
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(upper), Upper());
+    }
+    __m128i Lower() const { return _mm256_castsi256_si128(bits); }
+    __m128i Upper() const { return _mm256_extracti128_si256(bits, 1); }
+
+    WideRowLanes operator+(WideRowLanes other) const {
+        return {_mm256_add_epi32(bits, other.bits)};
+    }
+    WideRowLanes operator^(WideRowLanes other) const {
+        return {_mm256_xor_si256(bits, other.bits)};
+    }
+    WideRowLanes operator|(WideRowLanes other) const { return {_mm256_or_si256(bits, other.bits)}; }
+    WideRowLanes operator&(WideRowLanes other) const {
+        return {_mm256_and_si256(bits, other.bits)};
+    }
+    WideRowLanes operator<<(std::int32_t count) const {
+        return {_mm256_sll_epi32(bits, _mm_cvtsi32_si128(count))};
+    }
+    WideRowLanes operator>>(std::int32_t count) const {
+        return {_mm256_sra_epi32(bits, _mm_cvtsi32_si128(count))};
+    }
+    // Whether any number has any of these bits.
+    bool HasAny(WideRowLanes these) const { return _mm256_testz_si256(bits, these.bits) == 0; }
+
+    // Plus the products of two words each. A single step of VNNI has the longer latency and gains
+    // nothing.
+    WideRowLanes PlusProducts(WideRowLanes words, WideRowLanes weights) const {
+        return {_mm256_add_epi32(bits, _mm256_madd_epi16(words.bits, weights.bits))};
+    }
+
+    // Alternating bytes, words or numbers of the first or the last eight bytes of each half.
+    WideRowLanes FirstBytesWith(WideRowLanes other) const {
+        return {_mm256_unpacklo_epi8(bits, other.bits)};
+    }
+    WideRowLanes LastBytesWith(WideRowLanes other) const {
+        return {_mm256_unpackhi_epi8(bits, other.bits)};
+    }
+    WideRowLanes FirstWordsWith(WideRowLanes other) const {
+        return {_mm256_unpacklo_epi16(bits, other.bits)};
+    }
+    WideRowLanes LastWordsWith(WideRowLanes other) const {
+        return {_mm256_unpackhi_epi16(bits, other.bits)};
+    }
+    WideRowLanes FirstNumbersWith(WideRowLanes other) const {
+        return {_mm256_unpacklo_epi32(bits, other.bits)};
+    }
+    WideRowLanes LastNumbersWith(WideRowLanes other) const {
+        return {_mm256_unpackhi_epi32(bits, other.bits)};
+    }
+    WideRowLanes FirstPairsWith(WideRowLanes other) const {
+        return {_mm256_unpacklo_epi64(bits, other.bits)};
+    }
+    WideRowLanes LastPairsWith(WideRowLanes other) const {
+        return {_mm256_unpackhi_epi64(bits, other.bits)};
+    }
+
+    // Three numbers of each row clamped to a pixel's first bytes; the fourth means nothing.
+    static WideRowLanes PackPixels(WideRowLanes first, WideRowLanes second, WideRowLanes third) {
+        const __m256i low = _mm256_packs_epi32(first.bits, second.bits);
+        const __m256i high = _mm256_packs_epi32(third.bits, third.bits);
+        const __m256i byRow = _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+        return {_mm256_shuffle_epi8(_mm256_packus_epi16(low, high), byRow)};
+    }
+
+    // Puts the colours of the first two and of the last two of four pixels side by side, channel
+    // after channel in the order of their places, and what is no colour last.
+    class ColourPairing {
+      public:
+        explicit ColourPairing(const ChannelOrder& order)
+            : pattern_(_mm256_broadcastsi128_si256(
+                  _mm_and_si128(_mm_add_epi8(_mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7,  //
+                                                           8, 12, 9, 13, 10, 14, 11, 15),
+                                             _mm_set1_epi8(order.alpha == 0 ? 1 : 0)),
+                                _mm_set1_epi8(15)))) {}
+
+        WideRowLanes operator()(WideRowLanes pixels) const {
+            return {_mm256_shuffle_epi8(pixels.bits, pattern_)};
+        }
+
+      private:
+        __m256i pattern_;
+    };
+};
+
+}  // namespace
+}  // namespace zvk::kernels
