@@ -4,6 +4,7 @@
 #include "kernels/level_table.h"
 #include "kernels/row_lanes_avx2.h"
 #include "kernels/simd_avx512.h"
+#include "kernels/wide_boxes_avx2.h"
 #include "kernels/words_avx2.h"
 
 namespace zvk::kernels {
@@ -17,7 +18,7 @@ struct Avx512Level {
     using FourDoubles = FourDoublesAvx2;
     using Words = WideWords;
     using Doubles = DoubleQuads;
-    using ShortBoxes = ShortBoxAverager<Sse41>;
+    using ShortBoxes = WideBoxAverager;
 };
 
 }  // namespace

@@ -17,20 +17,20 @@ using testing::GuardedBytes;
 
 class ScalingRowKernels : public EveryLevel {
   protected:
+    // Boxes anywhere, in order.
     void CheckAverage(std::int64_t boxWidth, std::int64_t width, Guard guard);
+    void CheckAverage(std::int64_t boxWidth, const std::vector<std::int32_t>& starts,
+                      std::int64_t sourceWidth, Guard guard);
     void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask);
+    // The bytes of the mean of a source's first pixels.
+    std::vector<std::uint8_t> AveragedAtTheStart(const std::vector<std::uint8_t>& source,
+                                                 std::int64_t boxWidth, bool rounded) const;
 
     std::mt19937 random{5};
 };
 
 void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, Guard guard) {
     const std::int64_t sourceWidth = boxWidth + static_cast<std::int64_t>(random() % 40);
-    GuardedBytes source(4 * sourceWidth, guard);
-    if (random() % 2) {
-        source.FillRandomly(random);
-    } else {
-        source.FillWith(255);
-    }
     std::vector<std::int32_t> starts;
     for (std::int64_t x = 0; x < width; ++x) {
         starts.push_back(static_cast<std::int32_t>(
@@ -38,6 +38,18 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, 
     }
     starts.back() = static_cast<std::int32_t>(sourceWidth - boxWidth);
     std::sort(starts.begin(), starts.end());
+    CheckAverage(boxWidth, starts, sourceWidth, guard);
+}
+
+void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<std::int32_t>& starts,
+                                     std::int64_t sourceWidth, Guard guard) {
+    const std::int64_t width = std::ssize(starts);
+    GuardedBytes source(4 * sourceWidth, guard);
+    if (random() % 2) {
+        source.FillRandomly(random);
+    } else {
+        source.FillWith(255);
+    }
     RowAveraging job{.source = source.data(),
                      .sourceOrder = testing::orders[random() % 3],
                      .sourceWidth = sourceWidth,
@@ -69,6 +81,40 @@ TEST_P(ScalingRowKernels, AverageEveryWidthOfRowAndBoxAndTouchNothingElse) {
     }
 }
 
+std::vector<std::uint8_t> ScalingRowKernels::AveragedAtTheStart(
+    const std::vector<std::uint8_t>& source, std::int64_t boxWidth, bool rounded) const {
+    // More boxes than one, so that vectors are filled.
+    constexpr std::size_t boxCount = 4;
+    const std::vector<std::int32_t> starts(boxCount, 0);
+    std::vector<std::uint8_t> found(4 * boxCount);
+    kernels().averageRow({.source = source.data(),
+                          .sourceOrder = layouts::colourFirst,
+                          .sourceWidth = static_cast<std::int64_t>(source.size() / 4),
+                          .starts = starts.data(),
+                          .boxWidth = boxWidth,
+                          .boxHeight = 1,
+                          .rounded = rounded,
+                          .order = layouts::colourFirst,
+                          .width = boxCount,
+                          .destination = found.data()});
+    return found;
+}
+
+TEST_P(ScalingRowKernels, AverageBoxesSideBySideAndNearlySo) {
+    for (std::int64_t width = 1; width <= 40; ++width) {
+        for (std::int64_t boxWidth = 1; boxWidth <= 9; ++boxWidth) {
+            std::vector<std::int32_t> starts;
+            for (std::int64_t x = 0; x < width; ++x)
+                starts.push_back(static_cast<std::int32_t>(x * boxWidth));
+            const Guard guard = width % 2 ? Guard::Behind : Guard::Before;
+            CheckAverage(boxWidth, starts, width * boxWidth, guard);
+            for (auto x = static_cast<std::size_t>(width / 2); x < starts.size(); ++x)
+                ++starts[x];
+            CheckAverage(boxWidth, starts, width * boxWidth + 1, guard);
+        }
+    }
+}
+
 // Every sum of a box whose last pixel alone varies, for box widths around those that divide 255.
 TEST_P(ScalingRowKernels, AverageEverySumExactly) {
     for (std::int64_t boxWidth = 2; boxWidth <= 9; ++boxWidth) {
@@ -82,23 +128,10 @@ TEST_P(ScalingRowKernels, AverageEverySumExactly) {
                 source[static_cast<std::size_t>(4 * pixel)] = static_cast<std::uint8_t>(value);
                 left -= value;
             }
-            const std::vector<std::int32_t> starts(4, 0);
-            std::vector<std::uint8_t> found(16);
-            RowAveraging job({.source = source.data(),
-                              .sourceOrder = layouts::colourFirst,
-                              .sourceWidth = sourceWidth,
-                              .starts = starts.data(),
-                              .boxWidth = boxWidth,
-                              .boxHeight = 1,
-                              .rounded = false,
-                              .order = layouts::colourFirst,
-                              .width = 4,
-                              .destination = found.data()});
-            kernels().averageRow(job);
-            ASSERT_EQ(found[0], sum / boxWidth) << "sum " << sum << " of " << boxWidth;
-            job.rounded = true;
-            kernels().averageRow(job);
-            ASSERT_EQ(found[0], (2 * sum + boxWidth) / (2 * boxWidth))
+            ASSERT_EQ(AveragedAtTheStart(source, boxWidth, false)[0], sum / boxWidth)
+                << "sum " << sum << " of " << boxWidth;
+            ASSERT_EQ(AveragedAtTheStart(source, boxWidth, true)[0],
+                      (2 * sum + boxWidth) / (2 * boxWidth))
                 << "sum " << sum << " of " << boxWidth;
         }
     }
@@ -112,18 +145,7 @@ TEST_P(ScalingRowKernels, AverageLongBoxesWhoseMeansAreWholeOrNearly) {
             std::vector<std::uint8_t> source(static_cast<std::size_t>(4 * boxWidth),
                                              static_cast<std::uint8_t>(level));
             source[0] = static_cast<std::uint8_t>(level - 1);
-            const std::vector<std::int32_t> starts(4, 0);
-            std::vector<std::uint8_t> found(16);
-            kernels().averageRow({.source = source.data(),
-                                  .sourceOrder = layouts::colourFirst,
-                                  .sourceWidth = boxWidth,
-                                  .starts = starts.data(),
-                                  .boxWidth = boxWidth,
-                                  .boxHeight = 1,
-                                  .rounded = false,
-                                  .order = layouts::colourFirst,
-                                  .width = 4,
-                                  .destination = found.data()});
+            const std::vector<std::uint8_t> found = AveragedAtTheStart(source, boxWidth, false);
             ASSERT_EQ(found[0], level - 1) << boxWidth;
             ASSERT_EQ(found[1], level) << boxWidth;
         }

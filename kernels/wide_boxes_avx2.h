@@ -1,0 +1,123 @@
+// Averages of boxes of two to four pixels in thirty-two-byte vectors, eight boxes at a time.
+//
+// Exactness: as with fewer at a time.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "kernels/box_average_body.h"
+#include "kernels/simd_avx2.h"
+
+namespace zvk::kernels {
+namespace {
+
+class WideBoxAverager {
+  public:
+    static constexpr std::int64_t longest = ShortBoxAverager<Sse41>::longest;
+
+    explicit WideBoxAverager(const RowAveraging& job)
+        : fewer_(job),
+          arrange_(job.sourceOrder, job.order),
+          inside_(InsideOf(job.boxWidth)),
+          sideBySide_(_mm256_mullo_epi32(_mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7),
+                                         _mm256_set1_epi32(static_cast<int>(job.boxWidth)))) {
+        const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
+        addend_ = _mm256_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
+        multiplier_ = _mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
+        shift_ = _mm_cvtsi32_si128(quotient.shift);
+    }
+
+    void Run(const RowAveraging& job) const {
+        const std::int32_t* const starts = job.starts;
+        std::int64_t x = 0;
+        // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
+        for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {
+            if (starts[x + boxesAtOnce - 1] + longest > job.sourceWidth) break;
+            Avx2::StoreAll(job.destination + x * bytesPerPixelWord,
+                           arrange_(Means(job, starts + x)));
+        }
+        RowAveraging rest = job;
+        rest.starts += x;
+        rest.width -= x;
+        rest.destination += x * bytesPerPixelWord;
+        fewer_.Run(rest);
+    }
+
+  private:
+    static constexpr std::int64_t boxesAtOnce = 8;
+
+    // 1 for the pixels of a box and 0 for those behind it, channel after channel.
+    static __m256i InsideOf(std::int64_t boxWidth) {
+        const auto pixels = static_cast<std::uint32_t>(boxWidth);
+        return _mm256_set1_epi32(static_cast<int>(0x01010101U >> (8U * (4U - pixels))));
+    }
+
+    // The eight boxes' pixels.
+    __m256i Means(const RowAveraging& job, const std::int32_t* starts) const {
+        const std::uint8_t* const first = job.source + starts[0] * bytesPerPixelWord;
+        if (!AreSideBySide(starts)) {
+            const auto placeOf = [&](int box) {
+                return job.source + starts[box] * bytesPerPixelWord;
+            };
+            return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+        }
+        if (job.boxWidth == 2) return InWords(SumTwos(first), SumTwos(first + Avx2::byteCount));
+        const std::int64_t size = job.boxWidth * bytesPerPixelWord;
+        const auto placeOf = [=](int box) { return first + box * size; };
+        return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+    }
+
+    bool AreSideBySide(const std::int32_t* starts) const {
+        const __m256i all = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts));
+        const __m256i distances = _mm256_sub_epi32(all, _mm256_set1_epi32(starts[0]));
+        return _mm256_movemask_epi8(_mm256_cmpeq_epi32(distances, sideBySide_)) == -1;
+    }
+
+    // Means of twice four boxes, given by their channels' sums in words.
+    __m256i InWords(__m256i low, __m256i high) const {
+        const __m256i bytes = _mm256_packus_epi16(Divide(low), Divide(high));
+        return _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0));
+    }
+
+    // The channels' sums of four boxes of two pixels.
+    static __m256i SumTwos(const std::uint8_t* pixels) {
+        const __m256i byChannel = _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15));
+        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(Avx2::LoadAll(pixels), byChannel),
+                                    _mm256_set1_epi8(1));
+    }
+
+    // The channels' sums of four boxes of up to four pixels.
+    template <typename PlaceOf>
+    __m256i SumFours(PlaceOf placeOf, int box) const {
+        return _mm256_hadd_epi16(SumPairs(placeOf(box), placeOf(box + 2)),
+                                 SumPairs(placeOf(box + 1), placeOf(box + 3)));
+    }
+
+    // For each channel of two boxes, the sums of their first and of their last two pixels.
+    __m256i SumPairs(const std::uint8_t* first, const std::uint8_t* second) const {
+        const __m256i pixels = _mm256_set_m128i(Sse2::LoadAll(second), Sse2::LoadAll(first));
+        const __m256i byChannel = _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, byChannel), inside_);
+    }
+
+    __m256i Divide(__m256i sums) const {
+        return _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_add_epi16(sums, addend_), multiplier_),
+                                shift_);
+    }
+
+    ShortBoxAverager<Sse41> fewer_;
+    Avx2::Arrangement arrange_;
+    __m256i inside_;
+    // How far the starts of boxes that lie side by side are from the first one's.
+    __m256i sideBySide_;
+    __m256i addend_;
+    __m256i multiplier_;
+    __m128i shift_;
+};
+
+}  // namespace
+}  // namespace zvk::kernels
