@@ -25,12 +25,13 @@ LEVELS = ("baseline", "sse41", "avx2", "avx512")
 
 # Files that only one level of instruction sets is compiled from, or those above it.
 LEVEL_FILES = {
+    "kernels/four_doubles_avx2.h": "avx2",
     "kernels/level_avx2.cpp": "avx2",
     "kernels/level_avx512.cpp": "avx512",
+    "kernels/row_lanes_avx2.h": "avx2",
     "kernels/simd_avx2.h": "avx2",
     "kernels/simd_avx512.h": "avx512",
-    "kernels/taps_avx2.h": "avx2",
-    "kernels/taps_vnni.h": "avx512",
+    "kernels/wide_boxes_avx2.h": "avx2",
     "kernels/words_avx2.h": "avx2",
 }
 
