@@ -13,12 +13,17 @@ namespace {
 // A 32-bit number of each of eight rows, or as many bytes: rows 0 to 3 in the lower half, rows 4 to
 // 7 in the upper one.
 struct WideRowLanes {
+    // Whether the sums of two lists fit the registers.
+    static constexpr bool fitTwice = true;
+
     __m256i bits;
 
     static WideRowLanes Broadcast(std::int32_t number) { return {_mm256_set1_epi32(number)}; }
     static WideRowLanes Load(const std::uint16_t* words) {
         return {_mm256_load_si256(reinterpret_cast<const __m256i*>(words))};
     }
+    // Keeps the compiler from loading the numbers once more for every use.
+    void KeepLoaded() { __asm__("" : "+x"(bits)); }
     void Store(std::uint16_t* words) const {
         _mm256_store_si256(reinterpret_cast<__m256i*>(words), bits);
     }

@@ -14,6 +14,9 @@ namespace {
 // 7 in the upper one.
 template <typename Simd>
 struct RowLanePair {
+    // Whether the sums of two lists fit the registers.
+    static constexpr bool fitTwice = false;
+
     __m128i lower;
     __m128i upper;
 

@@ -40,6 +40,7 @@ class RowResampler {
     static constexpr std::int64_t blockLength = 4;
     static constexpr int halfRows = rowsAtOnce / 2;
     static constexpr std::int32_t shortList = 8;
+    static constexpr std::int32_t overlapWorth = 8;
 
     // A number of every row for each colour.
     using Colours = Lanes[colourCount];
@@ -50,8 +51,13 @@ class RowResampler {
             end = std::max(end, job_.lists[x + index].end);
         WidenUpTo(end);
         Lanes pixels[blockLength];
-        for (std::int64_t index = 0; index < blockLength; ++index)
-            pixels[index] = Resample(job_.lists[x + std::min(index, length - 1)]) << places_;
+        for (std::int64_t index = 0; index < blockLength; index += 2) {
+            const FixedList& list = job_.lists[x + std::min(index, length - 1)];
+            const FixedList& next = job_.lists[x + std::min(index + 1, length - 1)];
+            ResampleTwo(list, next, pixels[index], pixels[index + 1]);
+        }
+        for (Lanes& pixel : pixels)
+            pixel = pixel << places_;
         if (length == blockLength) {
             Store(pixels, [&](int row) { return job_.destinations[row] + x * bytesPerPixelWord; });
         } else {
@@ -105,9 +111,64 @@ class RowResampler {
 
     // One pixel of every row, its colours in its first bytes.
     Lanes Resample(const FixedList& list) const {
-        const Lanes bias = Lanes::Broadcast(list.bias);
-        Colours sums = {bias, bias, bias};
-        AddProducts(list, list.coarse, sums);
+        Colours sums;
+        StartWith(list.bias, sums);
+        AddProducts(list.first, list.count, list.coarse, sums);
+        return Finish(list, sums);
+    }
+
+    void ResampleTwo(const FixedList& list, const FixedList& next, Lanes& pixel,
+                     Lanes& nextPixel) const {
+        if constexpr (Lanes::fitTwice) {
+            if (Overlap(list, next)) return ResampleTogether(list, next, pixel, nextPixel);
+        }
+        pixel = Resample(list);
+        nextPixel = Resample(next);
+    }
+
+    // Two pixels of every row from lists that overlap: what both name is loaded once.
+    void ResampleTogether(const FixedList& list, const FixedList& next, Lanes& pixel,
+                          Lanes& nextPixel) const {
+        Colours sums;
+        Colours nextSums;
+        StartWith(list.bias, sums);
+        StartWith(next.bias, nextSums);
+        const std::int32_t ownCount = next.first - list.first;
+        AddProducts(list.first, ownCount, list.coarse, sums);
+        const std::int32_t sharedCount = list.count - ownCount;
+        const std::uint16_t* words = WordsOf(next.first, 0);
+        const std::int16_t* weights = list.coarse + ownCount;
+        for (std::int32_t tap = 0; tap < sharedCount; tap += 2) {
+            const Lanes factors = LoadPair(weights + tap);
+            const Lanes nextFactors = LoadPair(next.coarse + tap);
+            for (int colour = 0; colour < colourCount; ++colour) {
+                Lanes values = Lanes::Load(words + colour * wordsPerColour);
+                values.KeepLoaded();
+                sums[colour] = sums[colour].PlusProducts(values, factors);
+                nextSums[colour] = nextSums[colour].PlusProducts(values, nextFactors);
+            }
+            words += wordsPerPair;
+        }
+        AddProducts(next.first + sharedCount, next.count - sharedCount, next.coarse + sharedCount,
+                    nextSums);
+        pixel = Finish(list, sums);
+        nextPixel = Finish(next, nextSums);
+    }
+
+    // Whether two lists have so much in common that it pays to serve them together.
+    static bool Overlap(const FixedList& list, const FixedList& next) {
+        const std::int32_t end = list.first + list.count;
+        return list.first <= next.first && end <= next.first + next.count &&
+               end - next.first >= overlapWorth;
+    }
+
+    static void StartWith(std::int32_t bias, Colours& sums) {
+        for (Lanes& sum : sums)
+            sum = Lanes::Broadcast(bias);
+    }
+
+    // The bytes of a list whose products with the coarse digits have been added up.
+    Lanes Finish(const FixedList& list, const Colours& sums) const {
         if (list.slack != 0) {
             if (list.fineSlack == 0 && list.count <= shortList) return ResampleInTwo(list, sums);
             if (AreOpen(list, sums)) return ResampleFinely(list, sums);
@@ -120,7 +181,7 @@ class RowResampler {
     // time than it takes to find out whether that is needed.
     Lanes ResampleInTwo(const FixedList& list, const Colours& coarse) const {
         Colours fine = {Lanes::Broadcast(0), Lanes::Broadcast(0), Lanes::Broadcast(0)};
-        AddProducts(list, list.fine, fine);
+        AddProducts(list.first, list.count, list.fine, fine);
         const Lanes rounding = Lanes::Broadcast(HalfOf(list) - list.bias);
         const auto valueOf = [&](int colour) {
             return (coarse[colour] + rounding + (fine[colour] >> list.fineShift)) >> list.shift;
@@ -128,17 +189,17 @@ class RowResampler {
         return Lanes::PackPixels(valueOf(0), valueOf(1), valueOf(2));
     }
 
-    // Adds the products with one digit of the weights.
-    [[gnu::always_inline]] void AddProducts(const FixedList& list, const std::int16_t* weights,
-                                            Colours& sums) const {
-        const std::uint16_t* words = WordsOf(list.first, 0);
+    // Adds the products of pixels from `first` on with one digit of their weights.
+    [[gnu::always_inline]] void AddProducts(std::int32_t first, std::int32_t count,
+                                            const std::int16_t* weights, Colours& sums) const {
+        const std::uint16_t* words = WordsOf(first, 0);
         const auto addPair = [&sums](const std::uint16_t* pair, Lanes factors) {
             for (int colour = 0; colour < colourCount; ++colour) {
                 const Lanes values = Lanes::Load(pair + colour * wordsPerColour);
                 sums[colour] = sums[colour].PlusProducts(values, factors);
             }
         };
-        std::int32_t left = list.count;
+        std::int32_t left = count;
         for (; left >= 4; left -= 4) {
             addPair(words, LoadPair(weights));
             addPair(words + wordsPerPair, LoadPair(weights + 2));
