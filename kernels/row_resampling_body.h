@@ -168,7 +168,8 @@ class RowResampler {
     }
 
     // The bytes of a list whose products with the coarse digits have been added up.
-    Lanes Finish(const FixedList& list, const Colours& sums) const {
+    Lanes Finish(const FixedList& list, Colours& sums) const {
+        if (list.highCount > 0) AddHighProducts(list, sums);
         if (list.slack != 0) {
             if (list.fineSlack == 0 && list.count <= shortList) return ResampleInTwo(list, sums);
             if (AreOpen(list, sums)) return ResampleFinely(list, sums);
@@ -180,13 +181,22 @@ class RowResampler {
     // The same with both digits and no question left. A short list is summed up once more in less
     // time than it takes to find out whether that is needed.
     Lanes ResampleInTwo(const FixedList& list, const Colours& coarse) const {
-        Colours fine = {Lanes::Broadcast(0), Lanes::Broadcast(0), Lanes::Broadcast(0)};
+        Colours fine;
+        StartWith(0, fine);
         AddProducts(list.first, list.count, list.fine, fine);
         const Lanes rounding = Lanes::Broadcast(HalfOf(list) - list.bias);
         const auto valueOf = [&](int colour) {
             return (coarse[colour] + rounding + (fine[colour] >> list.fineShift)) >> list.shift;
         };
         return Lanes::PackPixels(valueOf(0), valueOf(1), valueOf(2));
+    }
+
+    void AddHighProducts(const FixedList& list, Colours& sums) const {
+        Colours high;
+        StartWith(0, high);
+        AddProducts(list.first + list.highFirst, list.highCount, list.high, high);
+        for (int colour = 0; colour < colourCount; ++colour)
+            sums[colour] = sums[colour] + (high[colour] << highDigitShift);
     }
 
     // Adds the products of pixels from `first` on with one digit of their weights.

@@ -21,8 +21,7 @@ namespace {
 
 using kernels::FixedList;
 
-// Digits have two bytes that count as signed: 127 * 256 + 127.
-constexpr double greatestDigit = 32639.0;
+constexpr double greatestDigit = 32767.0;
 constexpr double greatestChannel = 255.0;
 
 // With these, sums of channels times coarse digits stay below 2^30.
@@ -57,14 +56,25 @@ struct Magnitudes {
     }
 };
 
-// The longest shift for which coarse digits fit.
-int ShiftFor(const Magnitudes& magnitudes) {
+// The shortest shift with which a list is seldom open: in a third of all blocks of eight rows of noise.
+// Remainders are a quarter on average, channels at most 255, and a block has 24 colours.
+int SeldomOpenShift(std::int32_t count) {
+    constexpr double colours = 24.0;
+    constexpr double seldom = 0.35;
+    const double slack = 0.25 * greatestChannel * count;
+    return static_cast<int>(std::ceil(std::log2(slack * colours / seldom)));
+}
+
+// The longest shift for which coarse digits have 16 bits, or the shortest with which a list is
+// seldom open where that is longer, as far as sums allow.
+int ShiftFor(const Magnitudes& magnitudes, std::int32_t count) {
     int exponent = 0;
     std::frexp(magnitudes.sum, &exponent);
-    int shift = longestShift - std::max(exponent, 0);
+    const int longest = longestShift - std::max(exponent, 0);
+    int shift = longest;
     while (std::ldexp(magnitudes.greatest, shift) > greatestDigit)
         --shift;
-    return shift;
+    return std::max(shift, std::min(longest, SeldomOpenShift(count)));
 }
 
 // What all remainders of one sign can add up to.
@@ -131,11 +141,39 @@ void LeaveOpen(FixedList& fixed) {
     fixed.fineSlack = 1 << 16;
 }
 
-// Fills in a list whose weights lie at `coarse` and `fine`, all zeros so far.
-void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
+// Where the digits of a list's weights lie, all zeros so far.
+struct Digits {
+    std::int16_t* coarse;
+    std::int16_t* fine;
+    std::int16_t* high;
+};
+
+// Stores a weight's first digit in two parts. The lower one is signed.
+void StoreFirstDigit(double digit, std::int32_t place, const Digits& digits) {
+    constexpr std::int32_t unit = 1 << kernels::highDigitShift;
+    const auto whole = static_cast<std::int32_t>(digit);
+    const std::int32_t high = (whole + unit / 2) >> kernels::highDigitShift;
+    digits.high[place] = static_cast<std::int16_t>(high);
+    digits.coarse[place] = static_cast<std::int16_t>(whole - high * unit);
+}
+
+// Has a list name the pairs of weights from the first to the last that has a high part.
+void SetHighDigits(FixedList& fixed, const std::int16_t* high) {
+    std::int32_t first = 0;
+    std::int32_t end = fixed.count;
+    while (first < end && high[first] == 0 && high[first + 1] == 0)
+        first += 2;
+    while (end > first && high[end - 1] == 0 && high[end - 2] == 0)
+        end -= 2;
+    fixed.high = high + first;
+    fixed.highFirst = first;
+    fixed.highCount = end - first;
+}
+
+void FillFixed(FixedList& fixed, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
-    fixed.coarse = coarse;
-    fixed.fine = fine;
+    fixed.coarse = digits.coarse;
+    fixed.fine = digits.fine;
     fixed.shift = 1;
     if (exact.count == 0) return;
     const Magnitudes magnitudes(exact);
@@ -143,7 +181,7 @@ void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
         LeaveOpen(fixed);
         return;
     }
-    fixed.shift = ShiftFor(magnitudes);
+    fixed.shift = ShiftFor(magnitudes, exact.count);
     fixed.fineShift = fixed.count <= longestWithFullDigit ? fullFineShift : shortFineShift;
     Remainders belowCoarse;
     Remainders belowFine;
@@ -157,9 +195,10 @@ void FillFixed(FixedList& fixed, std::int16_t* coarse, std::int16_t* fine) {
         const double fineDigit = RoundToNearest(scaledRest);
         belowFine.Add(scaledRest - fineDigit);
         const std::int32_t place = entry.pixel - fixed.first;
-        coarse[place] = static_cast<std::int16_t>(digit);
-        fine[place] = static_cast<std::int16_t>(fineDigit);
+        StoreFirstDigit(digit, place, digits);
+        digits.fine[place] = static_cast<std::int16_t>(fineDigit);
     }
+    SetHighDigits(fixed, digits.high);
     const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
     // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
@@ -191,7 +230,7 @@ bool FixedTable::Build(std::span<const ContributionList> exact) {
     for (const ContributionList& list : exact)
         weightCount += PairSpan(list).count;
     lists_ = AllocateZeroed<FixedList>(std::ssize(exact));
-    digits_ = AllocateZeroed<std::int16_t>(2 * weightCount + 1);
+    digits_ = AllocateZeroed<std::int16_t>(3 * weightCount + 1);
     if (lists_ == nullptr || digits_ == nullptr) return false;
 
     std::int16_t* digits = digits_.get();
@@ -203,8 +242,10 @@ bool FixedTable::Build(std::span<const ContributionList> exact) {
         fixed->count = span.count;
         if (list.count > 0) fixed->end = list.entries[list.count - 1].pixel + 1;
         end_ = std::max(end_, std::int64_t{fixed->end});
-        FillFixed(*fixed, digits, digits + span.count);
-        digits += 2 * static_cast<std::ptrdiff_t>(span.count);
+        FillFixed(*fixed, {.coarse = digits,
+                           .fine = digits + span.count,
+                           .high = digits + 2 * std::ptrdiff_t{span.count}});
+        digits += 3 * std::ptrdiff_t{span.count};
         ++fixed;
     }
     return true;
