@@ -36,6 +36,7 @@ struct BoundedList {
     std::int32_t count;
     float bias;
     float slack;
+    bool addsExactly;  // whether the definition's products add up to the same sum in any order
     Decision decision;
     std::int32_t denominator;  // 0 if there is none
 };

@@ -48,11 +48,7 @@ class ColumnBlender {
               job.lists, job.lists + rowCount,
               [](const BoundedList& list) { return list.decision == Decision::InTwoSums; })),
           arrange_(job.rowOrder, job.order),
-          colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {
-        places_[job.rowOrder.red] = job.order.red;
-        places_[job.rowOrder.green] = job.order.green;
-        places_[job.rowOrder.blue] = job.order.blue;
-    }
+          colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {}
 
     void Run() const {
         ForEachVector<Simd>(job_, [this](std::int64_t offset) { Blend(offset); });
@@ -164,8 +160,7 @@ class ColumnBlender {
         return rest;
     }
 
-    // Computes by the definition what is open: single bytes, or four pixels at a time where many
-    // are.
+    // Computes by the definition what is open: single pixels, or four at a time where many are.
     [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
                                    std::int64_t offset) const {
         const Mask open = Simd::Differing(low, high) & colourLanes_;
@@ -177,23 +172,50 @@ class ColumnBlender {
             if (__builtin_popcount(lanes) > fewLanes) {
                 StorePart(BlendExactly(*list.exact, offset + part), target + part);
             } else {
-                SettleLanes(*list.exact, lanes, offset + part, target + part);
+                SettlePixels(list, lanes, offset + part, target + part);
             }
         }
         return Simd::LoadAll(target);
     }
 
-    void SettleLanes(const ContributionList& list, unsigned lanes, std::int64_t offset,
-                     std::uint8_t* target) const {
-        for (; lanes != 0; lanes &= lanes - 1) {
-            const int lane = __builtin_ctz(lanes);
-            const std::int64_t source = offset + lane;
-            if (source >= job_.width * bytesPerPixelWord) return;
-            target[lane / bytesPerPixelWord * bytesPerPixelWord +
-                   places_[lane % bytesPerPixelWord]] =
-                ResampleColumnChannel(job_.rows, source, list);
+    void SettlePixels(const BoundedList& list, unsigned lanes, std::int64_t offset,
+                      std::uint8_t* target) const {
+        while (lanes != 0) {
+            const int pixel = __builtin_ctz(lanes) / bytesPerPixelWord;
+            lanes &= ~0U << (bytesPerPixelWord * (pixel + 1));
+            const std::int64_t place = pixel * bytesPerPixelWord;
+            if (offset + place >= job_.width * bytesPerPixelWord) return;
+            const __m128i bytes = BlendPixel(list, offset + place);
+            std::uint8_t channels[Sse2::byteCount];
+            StorePart(Sse2::PackPixels([&](int) { return bytes; }), channels);
+            __builtin_memcpy(target + place, channels, bytesPerPixelWord);
         }
     }
+
+    // One pixel by the definition. Where no sum is rounded, two are formed at once.
+    [[gnu::noinline]] __m128i BlendPixel(const BoundedList& list, std::int64_t offset) const {
+        const ContributionList& exact = *list.exact;
+        RowCursor cursor(rows_);
+        const auto productOf = [&](std::int32_t index) {
+            const Contribution& entry = exact.entries[index];
+            const __m128 values = LoadPixel(cursor.Row(entry.pixel) + offset);
+            return FourDoubles::FromFloats(_mm_mul_ps(values, _mm_set1_ps(entry.weight)));
+        };
+        FourDoubles sum;
+        FourDoubles other;
+        std::int32_t index = 0;
+        for (; list.addsExactly && index + 2 <= exact.count; index += 2) {
+            sum = sum + productOf(index);
+            other = other + productOf(index + 1);
+        }
+        sum = sum + other;
+        for (; index < exact.count; ++index)
+            sum = sum + productOf(index);
+        return sum.Mean(exact.weightSum);
+    }
+
+    static __m128 LoadPixel(const std::uint8_t* bytes) { return Narrow::LoadBytes(bytes); }
+    static __m128 LoadPixel(const float* numbers) { return Narrow::Load(numbers); }
 
     // Stores the colours of four pixels in their order.
     void StorePart(__m128i pixels, std::uint8_t* target) const {
@@ -205,13 +227,13 @@ class ColumnBlender {
     [[gnu::noinline]] __m128i BlendExactly(const ContributionList& list,
                                            std::int64_t offset) const {
         FourDoubles sums[4];
-        RowCursor cursor(job_.rows);
+        RowCursor cursor(rows_);
         for (std::int32_t index = 0; index < list.count; ++index) {
             const Contribution& entry = list.entries[index];
-            const std::uint8_t* pixels = cursor.Row(entry.pixel) + offset;
+            const auto* const pixels = cursor.Row(entry.pixel) + offset;
             const __m128 weight = _mm_set1_ps(entry.weight);
             for (int pixel = 0; pixel < 4; ++pixel) {
-                const __m128 values = Narrow::LoadBytes(pixels + pixel * bytesPerPixelWord);
+                const __m128 values = LoadPixel(pixels + pixel * bytesPerPixelWord);
                 sums[pixel] = sums[pixel] + FourDoubles::FromFloats(_mm_mul_ps(values, weight));
             }
         }
@@ -231,8 +253,6 @@ class ColumnBlender {
     bool isInTwoSums_;
     typename Simd::Arrangement arrange_;
     Mask colourLanes_;
-    // Where the row's channels go.
-    std::uint8_t places_[bytesPerPixelWord] = {};
 };
 
 template <typename Simd, typename Narrow, typename FourDoubles, typename Rows>

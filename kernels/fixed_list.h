@@ -37,6 +37,7 @@ struct FixedList {
     std::int32_t fineShift;
     std::int32_t fineBias;
     std::int32_t fineSlack;
+    bool addsExactly;  // whether the definition's products add up to the same sum in any order
 };
 
 }  // namespace zvk::kernels

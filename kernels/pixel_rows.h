@@ -15,24 +15,6 @@ struct PixelRows {
     std::uint8_t* Row(std::int64_t index) const { return places + index % capacity * stride; }
 };
 
-// Finds rows whose indices ascend, and divides only for the first of them.
-class RowCursor {
-  public:
-    explicit RowCursor(const PixelRows& rows) : rows_(rows) {}
-
-    std::uint8_t* Row(std::int64_t index) {
-        place_ += index - index_;
-        if (place_ >= rows_.capacity) place_ %= rows_.capacity;
-        index_ = index;
-        return rows_.places + place_ * rows_.stride;
-    }
-
-  private:
-    const PixelRows& rows_;
-    std::int64_t index_ = 0;
-    std::int64_t place_ = 0;
-};
-
 // Rows of bytes as single-precision numbers, kept like PixelRows.
 struct NumberRows {
     float* places;
@@ -40,6 +22,25 @@ struct NumberRows {
     std::int32_t capacity;
 
     float* Row(std::int64_t index) const { return places + index % capacity * stride; }
+};
+
+// Finds rows, of bytes or of numbers, whose indices ascend, and divides only for the first of them.
+template <typename Rows>
+class RowCursor {
+  public:
+    explicit RowCursor(const Rows& rows) : rows_(rows) {}
+
+    auto* Row(std::int64_t index) {
+        place_ += index - index_;
+        if (place_ >= rows_.capacity) place_ %= rows_.capacity;
+        index_ = index;
+        return rows_.places + place_ * rows_.stride;
+    }
+
+  private:
+    const Rows& rows_;
+    std::int64_t index_ = 0;
+    std::int64_t place_ = 0;
 };
 
 }  // namespace zvk::kernels

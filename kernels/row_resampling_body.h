@@ -259,32 +259,59 @@ class RowResampler {
     Lanes SettleColour(const FixedList& list, int colour, Lanes least) const {
         const std::uint16_t* words = WordsOf(list.first, colour);
         Lanes fine = Lanes::Broadcast(list.fineBias);
-        for (std::int32_t tap = 0; tap < list.count; tap += 2) {
+        const auto addPair = [&](std::int32_t tap) {
             fine = fine.PlusProducts(Lanes::Load(words), LoadPair(list.fine + tap));
             words += wordsPerPair;
+        };
+        std::int32_t tap = 0;
+        for (; tap + 4 <= list.count; tap += 4) {
+            addPair(tap);
+            addPair(tap + 2);
         }
+        if (tap < list.count) addPair(tap);
         const Lanes rounded = least + Lanes::Broadcast(HalfOf(list) - list.bias);
         const Lanes low = rounded + (fine >> list.fineShift);
         const Lanes high = rounded + ((fine + Lanes::Broadcast(list.fineSlack)) >> list.fineShift);
         const bool isOpen = (low ^ high).HasAny(Lanes::Broadcast(WholeBits(list.shift)));
-        return isOpen ? ComputeColour(*list.exact, colour) : low >> list.shift;
+        return isOpen ? ComputeColour(list, colour) : low >> list.shift;
     }
 
-    // One colour by the definition.
-    Lanes ComputeColour(const ContributionList& list, int colour) const {
+    // One colour of every row in double precision.
+    struct Doubles {
         FourDoubles lower;
         FourDoubles upper;
-        for (std::int32_t index = 0; index < list.count; ++index) {
-            const Contribution& entry = list.entries[index];
-            const Lanes both = Lanes::Load(WordsOf(entry.pixel, colour));
-            const Lanes values = entry.pixel % 2 == 0 ? both & Lanes::Broadcast(255) : both >> 16;
-            lower =
-                lower.PlusExact(FourDoubles::FromIntegers(values.Lower()), double{entry.weight});
-            upper =
-                upper.PlusExact(FourDoubles::FromIntegers(values.Upper()), double{entry.weight});
+
+        Doubles operator+(const Doubles& other) const {
+            return {lower + other.lower, upper + other.upper};
         }
-        const double weightSum = list.weightSum;
-        return Lanes::FromHalves(lower.Mean(weightSum), upper.Mean(weightSum));
+        // A product that is exact, and the sum.
+        void AddProduct(Lanes values, double weight) {
+            lower = lower.PlusExact(FourDoubles::FromIntegers(values.Lower()), weight);
+            upper = upper.PlusExact(FourDoubles::FromIntegers(values.Upper()), weight);
+        }
+    };
+
+    // One colour by the definition. Where no sum is rounded, two are formed at once.
+    [[gnu::noinline]] Lanes ComputeColour(const FixedList& list, int colour) const {
+        const ContributionList& exact = *list.exact;
+        const auto valuesOf = [&](std::int32_t pixel) {
+            const Lanes both = Lanes::Load(WordsOf(pixel, colour));
+            return pixel % 2 == 0 ? both & Lanes::Broadcast(255) : both >> 16;
+        };
+        Doubles sum;
+        Doubles other;
+        std::int32_t index = 0;
+        for (; list.addsExactly && index + 2 <= exact.count; index += 2) {
+            const Contribution& entry = exact.entries[index];
+            const Contribution& next = exact.entries[index + 1];
+            sum.AddProduct(valuesOf(entry.pixel), entry.weight);
+            other.AddProduct(valuesOf(next.pixel), next.weight);
+        }
+        sum = sum + other;
+        for (; index < exact.count; ++index)
+            sum.AddProduct(valuesOf(exact.entries[index].pixel), exact.entries[index].weight);
+        const double weightSum = exact.weightSum;
+        return Lanes::FromHalves(sum.lower.Mean(weightSum), sum.upper.Mean(weightSum));
     }
 
     // Where the words of a pixel and its neighbour lie.

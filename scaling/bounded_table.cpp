@@ -224,6 +224,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const Span&
                .count = span.count(),
                .bias = 0.0F,
                .slack = 0.0F,
+               .addsExactly = AddsExactly(list),
                .decision = Decision::ByBounds,
                .denominator = 0};
     if (list.count == 0) return;

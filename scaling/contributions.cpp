@@ -48,6 +48,20 @@ bool IsPlainMean(const ContributionList& list) {
                        [](const Contribution& entry) { return entry.weight == 1.0F; });
 }
 
+// Every product is a multiple of the last place of the least weight m, which is more than m 2^-24,
+// and no sum reaches 2^53 of them.
+bool AddsExactly(const ContributionList& list) {
+    if (list.count == 0) return true;
+    double least = std::fabs(double{list.entries[0].weight});
+    double sum = 0.0;
+    for (std::int32_t index = 0; index < list.count; ++index) {
+        const double magnitude = std::fabs(double{list.entries[index].weight});
+        least = std::min(least, magnitude);
+        sum += magnitude;
+    }
+    return 256.0 * sum <= 0x1p29 * least;
+}
+
 bool IsPowerOfTwo(double value) {
     int exponent = 0;
     return std::frexp(value, &exponent) == 0.5;

@@ -52,6 +52,10 @@ bool IsPlainMean(const ContributionList& list);
 // Whether a value is a power of two, and so divides without rounding.
 bool IsPowerOfTwo(double value);
 
+// Whether products of a list's weights with bytes add up without rounding in double precision, and
+// so to the same sum in any order. They may have been rounded to single precision.
+bool AddsExactly(const ContributionList& list);
+
 // Odd denominators of weights are looked for up to here.
 inline constexpr int greatestOddDenominator = 9;
 

@@ -56,8 +56,8 @@ struct Magnitudes {
     }
 };
 
-// The shortest shift with which a list is seldom open: in a third of all blocks of eight rows of noise.
-// Remainders are a quarter on average, channels at most 255, and a block has 24 colours.
+// The shortest shift with which a list is seldom open: in a third of all blocks of eight rows of
+// noise. Remainders are a quarter on average, channels at most 255, and a block has 24 colours.
 int SeldomOpenShift(std::int32_t count) {
     constexpr double colours = 24.0;
     constexpr double seldom = 0.35;
@@ -175,6 +175,7 @@ void FillFixed(FixedList& fixed, const Digits& digits) {
     fixed.coarse = digits.coarse;
     fixed.fine = digits.fine;
     fixed.shift = 1;
+    fixed.addsExactly = AddsExactly(exact);
     if (exact.count == 0) return;
     const Magnitudes magnitudes(exact);
     if (!(magnitudes.sum <= greatestMagnitude) || fixed.count == 0) {

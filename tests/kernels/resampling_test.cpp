@@ -464,28 +464,50 @@ std::vector<std::vector<Contribution>> ListsWithGreatDigits() {
     return lists;
 }
 
+// A weight's first digit, of both parts.
+std::int64_t FirstDigit(const FixedList& list, std::int32_t place) {
+    const std::int32_t highPlace = place - list.highFirst;
+    const bool hasHigh = highPlace >= 0 && highPlace < list.highCount;
+    return list.coarse[place] + (hasHigh ? std::int64_t{list.high[highPlace]} << 16U : 0);
+}
+
 // The sum of a list's products with white pixels at the most, whatever their signs.
-std::int64_t GreatestSum(const std::int16_t* digits, std::int32_t count) {
+template <typename DigitAt>
+std::int64_t GreatestSum(std::int32_t count, DigitAt digitAt) {
     std::int64_t sum = 0;
     for (std::int32_t index = 0; index < count; ++index)
-        sum += 255 * std::abs(std::int64_t{digits[index]});
+        sum += 255 * std::abs(std::int64_t{digitAt(index)});
     return sum;
 }
 
-TEST(FixedLists, HaveDigitsOfTwoSignedBytesWhoseSumsDoNotOverflow) {
-    constexpr std::int32_t greatestDigit = 127 * 256 + 127;
+TEST(FixedLists, HaveDigitsWhoseSumsDoNotOverflow) {
     for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
         const std::array lists = {ListOf(entries, 1.0F)};
         FixedTable fixed;
         ASSERT_TRUE(fixed.Build(lists));
         const FixedList& list = fixed.lists()[0];
-        for (std::int32_t index = 0; index < list.count; ++index) {
-            ASSERT_LE(std::abs(list.coarse[index]), greatestDigit) << list.count;
-            ASSERT_LE(std::abs(list.fine[index]), greatestDigit) << list.count;
-        }
-        EXPECT_LT(GreatestSum(list.coarse, list.count), std::int64_t{1} << 30U) << list.count;
-        EXPECT_LT(GreatestSum(list.fine, list.count), std::int64_t{1} << 31U) << list.count;
+        const auto firstDigit = [&](std::int32_t place) { return FirstDigit(list, place); };
+        const auto fineDigit = [&](std::int32_t place) { return list.fine[place]; };
+        EXPECT_LT(GreatestSum(list.count, firstDigit), std::int64_t{1} << 30U) << list.count;
+        EXPECT_LT(GreatestSum(list.count, fineDigit), std::int64_t{1} << 31U) << list.count;
     }
+}
+
+TEST(FixedLists, HaveHighDigitsForTheFewGreatWeightsOfLongLists) {
+    std::vector<Contribution> entries;
+    for (std::int32_t pixel = 0; pixel < 64; ++pixel)
+        entries.push_back({pixel == 21 || pixel == 25 ? 0.3F : 0.4F / 62.0F, pixel});
+    const std::array lists = {ListOf(entries, 1.0F)};
+    FixedTable fixed;
+    ASSERT_TRUE(fixed.Build(lists));
+    const FixedList& list = fixed.lists()[0];
+    EXPECT_EQ(list.highFirst, 20);
+    EXPECT_EQ(list.highCount, 6);
+    EXPECT_EQ(list.high[0], 0);
+    EXPECT_GT(list.high[1], 0);
+    EXPECT_NEAR(static_cast<double>(FirstDigit(list, 21)) * std::ldexp(1.0, -list.shift), 0.3,
+                std::ldexp(1.0, -list.shift));
+    EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).highCount, 0);
 }
 
 // What the first digit leaves is greatest where just the pixels with weights above their digits are
@@ -501,7 +523,8 @@ TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
         double below = 0.0;
         double above = 0.0;
         for (const Contribution& entry : entries) {
-            const double left = double{entry.weight} * unit - list.coarse[entry.pixel - list.first];
+            const auto digit = static_cast<double>(FirstDigit(list, entry.pixel - list.first));
+            const double left = double{entry.weight} * unit - digit;
             (left < 0.0 ? below : above) += 255.0 * left;
         }
         const double begin = list.bias - unit / 2.0;
@@ -555,6 +578,24 @@ TEST(Lists, KnowTheirDistanceFromHalves) {
     EXPECT_EQ(distanceOf({{0.5F, 0}, {0.5F, 1}}), 0.0);
     EXPECT_EQ(distanceOf({{0.34F, 0}, {0.66F, 1}}), 0.0);
     EXPECT_EQ(distanceOf({{std::nanf(""), 0}}), 0.0);
+}
+
+// A sum of 2^29 times the least weight is the most; 256 times the weights' magnitudes must not
+// reach beyond it.
+TEST(Lists, KnowWhetherTheirProductsAddUpInAnyOrder) {
+    const auto addsExactly = [](std::vector<Contribution> entries) {
+        return AddsExactly(ListOf(entries, 1.0F));
+    };
+    EXPECT_TRUE(addsExactly({{0.3F, 0}, {-0.7F, 1}, {0.001F, 2}}));
+    EXPECT_TRUE(addsExactly({{1.0F - 0x1p-21F, 0}, {0x1p-21F, 1}}));
+    EXPECT_TRUE(addsExactly({{1.0F - 0x1p-21F, 0}, {-0x1p-21F, 1}}));
+    EXPECT_FALSE(addsExactly({{1.0F, 0}, {0x1p-21F, 1}}));
+    EXPECT_FALSE(addsExactly({{0.5F, 0}, {0.5F, 1}, {-0x1p-22F, 2}}));
+    EXPECT_TRUE(addsExactly({}));
+    EXPECT_EQ(BoundsOf({{1.0F, 0}, {0x1p-21F, 1}}, 1.0F).addsExactly, false);
+    EXPECT_EQ(FixedOf({{1.0F, 0}, {0x1p-21F, 1}}, 1.0F).addsExactly, false);
+    EXPECT_EQ(BoundsOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).addsExactly, true);
+    EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).addsExactly, true);
 }
 
 TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
