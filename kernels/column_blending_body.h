@@ -181,7 +181,7 @@ class ColumnBlender {
     void SettlePixels(const BoundedList& list, unsigned lanes, std::int64_t offset,
                       std::uint8_t* target) const {
         while (lanes != 0) {
-            const int pixel = __builtin_ctz(lanes) / bytesPerPixelWord;
+            const std::int64_t pixel = __builtin_ctz(lanes) / bytesPerPixelWord;
             lanes &= ~0U << (bytesPerPixelWord * (pixel + 1));
             const std::int64_t place = pixel * bytesPerPixelWord;
             if (offset + place >= job_.width * bytesPerPixelWord) return;
