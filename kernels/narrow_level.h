@@ -1,0 +1,25 @@
+// What the levels with sixteen-byte vectors are made of.
+#pragma once
+
+#include "kernels/box_average_body.h"
+#include "kernels/compositing_body.h"
+#include "kernels/four_doubles_sse2.h"
+#include "kernels/row_lanes_sse.h"
+#include "kernels/words_sse.h"
+
+namespace zvk::kernels {
+namespace {
+
+template <typename Vectors>
+struct NarrowLevel {
+    using Simd = Vectors;
+    using Narrow = Vectors;
+    using Lanes = RowLanePair<Vectors>;
+    using FourDoubles = FourDoublesSse2;
+    using Words = WordPair<Vectors>;
+    using Doubles = DoublePairs;
+    using ShortBoxes = ShortBoxAverager<Vectors>;
+};
+
+}  // namespace
+}  // namespace zvk::kernels

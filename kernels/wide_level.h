@@ -1,0 +1,24 @@
+// What the levels with AVX2 and more are made of; `Vectors` are their widest.
+#pragma once
+
+#include "kernels/four_doubles_avx2.h"
+#include "kernels/row_lanes_avx2.h"
+#include "kernels/wide_boxes_avx2.h"
+#include "kernels/words_avx2.h"
+
+namespace zvk::kernels {
+namespace {
+
+template <typename Vectors>
+struct WideLevel {
+    using Simd = Vectors;
+    using Narrow = Sse41;
+    using Lanes = WideRowLanes;
+    using FourDoubles = FourDoublesAvx2;
+    using Words = WideWords;
+    using Doubles = DoubleQuads;
+    using ShortBoxes = WideBoxAverager;
+};
+
+}  // namespace
+}  // namespace zvk::kernels
