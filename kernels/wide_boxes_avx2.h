@@ -21,8 +21,7 @@ class WideBoxAverager {
         : fewer_(job),
           arrange_(job.sourceOrder, job.order),
           inside_(InsideOf(job.boxWidth)),
-          sideBySide_(_mm256_mullo_epi32(_mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7),
-                                         _mm256_set1_epi32(static_cast<int>(job.boxWidth)))) {
+          third_(_mm256_set1_epi16(job.boxWidth == 3 ? 1 : 0)) {
         const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
         addend_ = _mm256_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
         multiplier_ = _mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
@@ -56,23 +55,28 @@ class WideBoxAverager {
 
     // The eight boxes' pixels.
     __m256i Means(const RowAveraging& job, const std::int32_t* starts) const {
-        const std::uint8_t* const first = job.source + starts[0] * bytesPerPixelWord;
-        if (!AreSideBySide(starts)) {
+        const std::int32_t step = starts[1] - starts[0];
+        if (!AreEvenlySpaced(starts, step)) {
             const auto placeOf = [&](int box) {
                 return job.source + starts[box] * bytesPerPixelWord;
             };
             return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
         }
-        if (job.boxWidth == 2) return InWords(SumTwos(first), SumTwos(first + Avx2::byteCount));
-        const std::int64_t size = job.boxWidth * bytesPerPixelWord;
+        const std::uint8_t* const first = job.source + starts[0] * bytesPerPixelWord;
+        if (step == 2 && job.boxWidth <= 3) {
+            return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
+        }
+        const std::int64_t size = step * bytesPerPixelWord;
         const auto placeOf = [=](int box) { return first + box * size; };
         return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
     }
 
-    bool AreSideBySide(const std::int32_t* starts) const {
+    static bool AreEvenlySpaced(const std::int32_t* starts, std::int32_t step) {
         const __m256i all = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts));
-        const __m256i distances = _mm256_sub_epi32(all, _mm256_set1_epi32(starts[0]));
-        return _mm256_movemask_epi8(_mm256_cmpeq_epi32(distances, sideBySide_)) == -1;
+        const __m256i places = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+        const __m256i even = _mm256_add_epi32(_mm256_set1_epi32(starts[0]),
+                                              _mm256_mullo_epi32(places, _mm256_set1_epi32(step)));
+        return _mm256_movemask_epi8(_mm256_cmpeq_epi32(all, even)) == -1;
     }
 
     // Means of twice four boxes, given by their channels' sums in words.
@@ -81,12 +85,18 @@ class WideBoxAverager {
         return _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0));
     }
 
-    // The channels' sums of four boxes of two pixels.
-    static __m256i SumTwos(const std::uint8_t* pixels) {
+    // The channels' sums of four boxes of two or three pixels, each of which begins two pixels
+    // behind the one before it. It reads ten pixels.
+    __m256i SumByTwos(const std::uint8_t* pixels) const {
+        return _mm256_add_epi16(SumTwos(Avx2::LoadAll(pixels), _mm256_set1_epi8(1)),
+                                SumTwos(Avx2::LoadAll(pixels + 2 * bytesPerPixelWord), third_));
+    }
+
+    // For each channel, the weighted sums of two pixels.
+    static __m256i SumTwos(__m256i pixels, __m256i weights) {
         const __m256i byChannel = _mm256_broadcastsi128_si256(
             _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15));
-        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(Avx2::LoadAll(pixels), byChannel),
-                                    _mm256_set1_epi8(1));
+        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, byChannel), weights);
     }
 
     // The channels' sums of four boxes of up to four pixels.
@@ -112,8 +122,8 @@ class WideBoxAverager {
     ShortBoxAverager<Sse41> fewer_;
     Avx2::Arrangement arrange_;
     __m256i inside_;
-    // How far the starts of boxes that lie side by side are from the first one's.
-    __m256i sideBySide_;
+    // The weights of a box's third pixel and of the one behind it.
+    __m256i third_;
     __m256i addend_;
     __m256i multiplier_;
     __m128i shift_;

@@ -115,6 +115,20 @@ TEST_P(ScalingRowKernels, AverageBoxesSideBySideAndNearlySo) {
     }
 }
 
+TEST_P(ScalingRowKernels, AverageBoxesThatOverlapOrLieApartEvenly) {
+    for (std::int64_t width = 1; width <= 40; ++width) {
+        for (std::int64_t boxWidth = 2; boxWidth <= 5; ++boxWidth) {
+            for (std::int64_t step = 0; step <= 6; ++step) {
+                std::vector<std::int32_t> starts;
+                for (std::int64_t x = 0; x < width; ++x)
+                    starts.push_back(static_cast<std::int32_t>(x * step));
+                const Guard guard = width % 2 ? Guard::Behind : Guard::Before;
+                CheckAverage(boxWidth, starts, (width - 1) * step + boxWidth, guard);
+            }
+        }
+    }
+}
+
 // Every sum of a box whose last pixel alone varies, for box widths around those that divide 255.
 TEST_P(ScalingRowKernels, AverageEverySumExactly) {
     for (std::int64_t boxWidth = 2; boxWidth <= 9; ++boxWidth) {
