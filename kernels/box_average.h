@@ -11,6 +11,9 @@ namespace zvk::kernels {
 // A job of averaging one source row into one row of opaque pixels.
 struct RowAveraging {
     const std::uint8_t* source;
+    // The row that is read next, with as many pixels, or the source; the definition does not look
+    // at it.
+    const std::uint8_t* ahead;
     ChannelOrder sourceOrder;
     std::int64_t sourceWidth;  // in pixels; 0 gives black
     // The first source pixel of each block, none before that of the block left of it.

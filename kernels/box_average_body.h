@@ -11,6 +11,7 @@
 
 #include "kernels/box_average.h"
 #include "kernels/kernel_table.h"
+#include "kernels/prefetching.h"
 #include "kernels/quotient.h"
 #include "kernels/simd_sse2.h"
 
@@ -35,9 +36,12 @@ class RowAverager {
             AverageRow(job_);
             return;
         }
+        AheadFetcher ahead(job_.ahead);
         std::int64_t x = 0;
-        for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector)
+        for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector) {
+            ahead.FetchUpTo(job_.starts[x] + job_.boxWidth);
             WritePixels(x);
+        }
         // The last vector goes back over pixels that have been written; they come out the same.
         if (x < job_.width) WritePixels(job_.width - pixelsPerVector);
     }
@@ -130,10 +134,12 @@ class ShortBoxAverager {
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
+        AheadFetcher ahead(job.ahead);
         std::int64_t x = 0;
         // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
         for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
             if (starts[x + 3] + longest > job.sourceWidth) break;
+            ahead.FetchUpTo(starts[x + 3]);
             const __m128i first = Means(job.source, starts[x], starts[x + 1]);
             const __m128i second = Means(job.source, starts[x + 2], starts[x + 3]);
             Simd::StoreAll(job.destination + x * bytesPerPixelWord,

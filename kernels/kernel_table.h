@@ -22,6 +22,8 @@ namespace zvk::kernels {
 // A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
 struct RowResampling {
     const std::uint8_t* sources[rowsAtOnce];
+    // The rows that are read next, as wide; the sources themselves if there are none.
+    const std::uint8_t* ahead[rowsAtOnce];
     std::int64_t sourceWidth;  // in pixels
     ChannelOrder order;        // whose fourth byte is the first or the last of a pixel
     const FixedList* lists;    // which name pixels of the sources only

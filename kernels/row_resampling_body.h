@@ -15,6 +15,7 @@
 #include <algorithm>
 
 #include "kernels/kernel_table.h"
+#include "kernels/prefetching.h"
 
 namespace zvk::kernels {
 namespace {
@@ -69,12 +70,22 @@ class RowResampler {
     void WidenUpTo(std::int32_t end) {
         for (; widened_ < end; widened_ += pixelsWidened) {
             const std::int64_t offset = widened_ * bytesPerPixelWord;
+            FetchAhead(offset);
             if (job_.sourceWidth - widened_ >= pixelsWidened) {
                 Widen([&](int row) { return job_.sources[row] + offset; });
             } else {
                 WidenLast(offset);
             }
         }
+    }
+
+    // Requests a part of the rows ahead: of all of them by the time that a cache line is widened.
+    void FetchAhead(std::int64_t offset) const {
+        constexpr std::int64_t step = pixelsWidened * bytesPerPixelWord;
+        constexpr std::int64_t rowsPerStep = rowsAtOnce * step / cacheLine;
+        const std::int64_t first = offset % cacheLine / step * rowsPerStep;
+        for (std::int64_t row = first; row < first + rowsPerStep; ++row)
+            Prefetch(job_.ahead[row] + offset);
     }
 
     // Makes words of four pixels that lie where `placeOf` says.

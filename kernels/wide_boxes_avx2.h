@@ -30,10 +30,12 @@ class WideBoxAverager {
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
+        AheadFetcher ahead(job.ahead);
         std::int64_t x = 0;
         // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
         for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {
             if (starts[x + boxesAtOnce - 1] + longest > job.sourceWidth) break;
+            ahead.FetchUpTo(starts[x + boxesAtOnce - 1]);
             Avx2::StoreAll(job.destination + x * bytesPerPixelWord,
                            arrange_(Means(job, starts + x)));
         }

@@ -27,6 +27,7 @@ class RowAverager {
           stepY_(static_cast<double>(reader.height) / static_cast<double>(height)),
           width_(writer.WritableWidth(width)),
           job_{.source = nullptr,
+               .ahead = nullptr,
                .sourceOrder = reader.Order(),
                .sourceWidth = reader.width,
                .starts = starts_.data(),
@@ -40,8 +41,8 @@ class RowAverager {
     void WriteRow(std::int64_t y, std::uint8_t* destination) {
         // Deliberate: the rows below the first of a block are never visited. It counts as often
         // as the block is high, so the result is the average of one row's pixels.
-        const auto sourceRow = static_cast<std::int64_t>(static_cast<double>(y) * stepY_);
-        job_.source = reader_.SeekRow(sourceRow);
+        job_.source = reader_.SeekRow(SourceRow(y));
+        job_.ahead = reader_.RowAddress(std::min(SourceRow(y + 1), reader_.height - 1));
         for (std::int64_t x = 0; x < width_; x += longestStretch) {
             FindStarts(x, std::min(longestStretch, width_ - x));
             job_.destination = destination + x * bytesPerPixelWord;
@@ -51,6 +52,10 @@ class RowAverager {
 
   private:
     static constexpr std::int64_t longestStretch = 4096;
+
+    std::int64_t SourceRow(std::int64_t y) const {
+        return static_cast<std::int64_t>(static_cast<double>(y) * stepY_);
+    }
 
     // A block ends within the row: only for sides beyond 2^26 could the rounding of the product
     // say otherwise. A stretch has the same starts in every row.

@@ -68,9 +68,15 @@ void RowPass::CopyRows(std::int64_t first, std::int64_t last,
         std::memcpy(rows.Row(y), reader_.RowAddress(y), size);
 }
 
+// Row y of the source, or the last one.
+const std::uint8_t* RowPass::RowAhead(std::int64_t y) const {
+    return reader_.RowAddress(std::min<std::int64_t>(y, reader_.height - 1));
+}
+
 void RowPass::AverageRows(std::int64_t first, std::int64_t last,
                           const kernels::PixelRows& rows) const {
     kernels::RowAveraging job{.source = nullptr,
+                              .ahead = nullptr,
                               .sourceOrder = *order_,
                               .sourceWidth = reader_.width,
                               .starts = boxStarts_.get(),
@@ -82,6 +88,7 @@ void RowPass::AverageRows(std::int64_t first, std::int64_t last,
                               .destination = nullptr};
     for (std::int64_t y = first; y < last; ++y) {
         job.source = reader_.RowAddress(y);
+        job.ahead = RowAhead(y + 1);
         job.destination = rows.Row(y);
         kernels::SelectedKernels().averageRow(job);
     }
@@ -89,6 +96,7 @@ void RowPass::AverageRows(std::int64_t first, std::int64_t last,
 
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
     kernels::RowResampling job{.sources = {},
+                               .ahead = {},
                                .sourceWidth = reader_.width,
                                .order = *order_,
                                .lists = fixed_.lists(),
@@ -100,6 +108,7 @@ void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::P
             // Where rows run out the last one is done more than once.
             const std::int64_t index = std::min(y + row, last - 1);
             job.sources[row] = reader_.RowAddress(index);
+            job.ahead[row] = RowAhead(index + kernels::rowsAtOnce);
             job.destinations[row] = rows.Row(index);
         }
         kernels::SelectedKernels().resampleRows(job);

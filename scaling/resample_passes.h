@@ -34,6 +34,7 @@ class RowPass {
     bool PrepareKernels();
     void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void AverageRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
+    const std::uint8_t* RowAhead(std::int64_t y) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
 
     const PictureReader& reader_;

@@ -105,6 +105,7 @@ void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& or
         GuardedBytes words(static_cast<std::int64_t>(sizeof(std::uint16_t)) * wordCount, guard);
         words.FillWith(255);
         RowResampling job{.sources = {},
+                          .ahead = {},
                           .sourceWidth = lengths.source,
                           .order = order,
                           .lists = fixed.lists(),
@@ -116,6 +117,7 @@ void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& or
             found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
             Fill(*sources[row], picture, random);
             job.sources[row] = sources[row]->data();
+            job.ahead[row] = sources[row]->data();
             job.destinations[row] = found[row]->data();
         }
         kernels().resampleRows(job);

@@ -51,6 +51,7 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<st
         source.FillWith(255);
     }
     RowAveraging job{.source = source.data(),
+                     .ahead = source.data(),
                      .sourceOrder = testing::orders[random() % 3],
                      .sourceWidth = sourceWidth,
                      .starts = starts.data(),
@@ -88,6 +89,7 @@ std::vector<std::uint8_t> ScalingRowKernels::AveragedAtTheStart(
     const std::vector<std::int32_t> starts(boxCount, 0);
     std::vector<std::uint8_t> found(4 * boxCount);
     kernels().averageRow({.source = source.data(),
+                          .ahead = source.data(),
                           .sourceOrder = layouts::colourFirst,
                           .sourceWidth = static_cast<std::int64_t>(source.size() / 4),
                           .starts = starts.data(),

@@ -223,6 +223,7 @@ TEST_F(SharedMemory, IsAveragedPixelByPixel) {
         for (std::size_t y = 0; y < 2; ++y) {
             const auto row = static_cast<std::size_t>(static_cast<double>(y) * 1.5);
             kernels::AverageRow({.source = reinterpret_cast<std::uint8_t*>(source.rows[row]),
+                                 .ahead = nullptr,
                                  .sourceOrder = layouts::console,
                                  .sourceWidth = 30,
                                  .starts = starts.data(),

@@ -1,0 +1,37 @@
+// Requests for bytes that are read soon. Rows are fetched one row, or one block of rows, ahead of
+// the work: what a processor fetches by itself begins anew with every row and every page.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/channel_order.h"
+
+namespace zvk::kernels {
+namespace {
+
+inline constexpr std::int64_t cacheLine = 64;
+
+inline void Prefetch(const std::uint8_t* bytes) {
+    __builtin_prefetch(bytes);
+}
+
+// Requests a row little by little, as the work on the one before it goes along.
+class AheadFetcher {
+  public:
+    explicit AheadFetcher(const std::uint8_t* row) : row_(row) {}
+
+    // Requests what has not been of the pixels up to before `end`.
+    void FetchUpTo(std::int64_t end) {
+        for (; fetched_ < end; fetched_ += pixelsPerLine)
+            Prefetch(row_ + fetched_ * bytesPerPixelWord);
+    }
+
+  private:
+    static constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
+
+    const std::uint8_t* row_;
+    std::int64_t fetched_ = 0;
+};
+
+}  // namespace
+}  // namespace zvk::kernels
