@@ -11,8 +11,7 @@ namespace zvk::kernels {
 // A job of averaging one source row into one row of opaque pixels.
 struct RowAveraging {
     const std::uint8_t* source;
-    // The row that is read next, with as many pixels, or the source; the definition does not look
-    // at it.
+    // A row with as many pixels that is read next, if there is one: it is requested and not read.
     const std::uint8_t* ahead;
     ChannelOrder sourceOrder;
     std::int64_t sourceWidth;  // in pixels; 0 gives black

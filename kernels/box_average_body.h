@@ -36,7 +36,7 @@ class RowAverager {
             AverageRow(job_);
             return;
         }
-        AheadFetcher ahead(job_.ahead);
+        AheadFetcher ahead(job_.ahead, job_.starts[0]);
         std::int64_t x = 0;
         for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector) {
             ahead.FetchUpTo(job_.starts[x] + job_.boxWidth);
@@ -133,8 +133,9 @@ class ShortBoxAverager {
     }
 
     void Run(const RowAveraging& job) const {
+        if (job.width == 0) return;
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead);
+        AheadFetcher ahead(job.ahead, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
         for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {

@@ -12,19 +12,19 @@ inline constexpr std::int32_t highDigitShift = 16;
 
 // The weights of one destination coordinate, one per source coordinate from `first` on.
 //
-// A weight's first digit may have more than 16 bits: `high` holds what is above `coarse`, in units
+// A weight's coarse digit may have more than 16 bits: `high` holds what is above `low`, in units
 // of 2^16, of those weights that need it and of those between them.
 //
-// Let v be the value that the definition truncates to a byte, C the sum of channel * first digit
+// Let v be the value that the definition truncates to a byte, C the sum of channel * coarse digit
 // and F that of channel * fine. In units of 2^-shift v lies in [C + bias, C + bias + slack]; in
 // units of 2^-(shift + fineShift) it lies fineBias to fineBias + fineSlack above (C + half)
 // 2^fineShift + F, where half is a half, 2^(shift - 1). Where both ends of an interval have one
 // whole part it is the byte of v; where the second interval leaves two, the list in `exact`
 // decides.
 struct FixedList {
-    const std::int16_t* coarse;  // `count` of them
-    const std::int16_t* fine;    // and of these
-    const std::int16_t* high;    // `highCount` of them
+    const std::int16_t* low;   // `count` of them
+    const std::int16_t* fine;  // and of these
+    const std::int16_t* high;  // `highCount` of them
     const ContributionList* exact;
     std::int32_t first;  // even
     std::int32_t count;  // even

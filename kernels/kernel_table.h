@@ -22,13 +22,13 @@ namespace zvk::kernels {
 // A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
 struct RowResampling {
     const std::uint8_t* sources[rowsAtOnce];
-    // The rows that are read next, as wide; the sources themselves if there are none.
+    // Rows as wide that are read next, if there are any: they are requested and not read.
     const std::uint8_t* ahead[rowsAtOnce];
     std::int64_t sourceWidth;  // in pixels
     ChannelOrder order;        // whose fourth byte is the first or the last of a pixel
     const FixedList* lists;    // which name pixels of the sources only
     std::int64_t listCount;
-    // Room for the words of all pixels up to the last that a list names, aligned for vectors.
+    // As many as `WordCountOf` the pixels up to the last that a list names, aligned for vectors.
     std::uint16_t* words;
     std::uint8_t* destinations[rowsAtOnce];
 };

@@ -24,7 +24,8 @@ struct NumberRows {
     float* Row(std::int64_t index) const { return places + index % capacity * stride; }
 };
 
-// Finds rows, of bytes or of numbers, whose indices ascend, and divides only for the first of them.
+// Finds rows, of bytes or of numbers, whose indices ascend, and divides only where one would lie
+// behind the last place.
 template <typename Rows>
 class RowCursor {
   public:

@@ -18,7 +18,8 @@ inline void Prefetch(const std::uint8_t* bytes) {
 // Requests a row little by little, as the work on the one before it goes along.
 class AheadFetcher {
   public:
-    explicit AheadFetcher(const std::uint8_t* row) : row_(row) {}
+    // Nothing before pixel `first` is requested.
+    AheadFetcher(const std::uint8_t* row, std::int64_t first) : row_(row), fetched_(first) {}
 
     // Requests what has not been of the pixels up to before `end`.
     void FetchUpTo(std::int64_t end) {
@@ -30,7 +31,7 @@ class AheadFetcher {
     static constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
 
     const std::uint8_t* row_;
-    std::int64_t fetched_ = 0;
+    std::int64_t fetched_;
 };
 
 }  // namespace

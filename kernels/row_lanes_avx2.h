@@ -23,7 +23,7 @@ struct WideRowLanes {
         return {_mm256_load_si256(reinterpret_cast<const __m256i*>(words))};
     }
     // Keeps the compiler from loading the numbers once more for every use.
-    void KeepLoaded() { __asm__("" : "+x"(bits)); }
+    void KeepLoaded() { __asm__("" : "+v"(bits)); }
     void Store(std::uint16_t* words) const {
         _mm256_store_si256(reinterpret_cast<__m256i*>(words), bits);
     }
@@ -64,13 +64,14 @@ struct WideRowLanes {
     // Whether any number has any of these bits.
     bool HasAny(WideRowLanes these) const { return _mm256_testz_si256(bits, these.bits) == 0; }
 
-    // Plus the products of two words each. A single step of VNNI has the longer latency and gains
-    // nothing.
+    // Plus the products of two words each. VNNI would do this in one step, but lists would wait for
+    // its longer latency.
     WideRowLanes PlusProducts(WideRowLanes words, WideRowLanes weights) const {
         return {_mm256_add_epi32(bits, _mm256_madd_epi16(words.bits, weights.bits))};
     }
 
-    // Alternating bytes, words or numbers of the first or the last eight bytes of each half.
+    // Alternating bytes, words, numbers or pairs of numbers of the first or the last eight bytes of
+    // each half.
     WideRowLanes FirstBytesWith(WideRowLanes other) const {
         return {_mm256_unpacklo_epi8(bits, other.bits)};
     }

@@ -124,7 +124,7 @@ class RowResampler {
     Lanes Resample(const FixedList& list) const {
         Colours sums;
         StartWith(list.bias, sums);
-        AddProducts(list.first, list.count, list.coarse, sums);
+        AddProducts(list.first, list.count, list.low, sums);
         return Finish(list, sums);
     }
 
@@ -145,13 +145,13 @@ class RowResampler {
         StartWith(list.bias, sums);
         StartWith(next.bias, nextSums);
         const std::int32_t ownCount = next.first - list.first;
-        AddProducts(list.first, ownCount, list.coarse, sums);
+        AddProducts(list.first, ownCount, list.low, sums);
         const std::int32_t sharedCount = list.count - ownCount;
         const std::uint16_t* words = WordsOf(next.first, 0);
-        const std::int16_t* weights = list.coarse + ownCount;
+        const std::int16_t* weights = list.low + ownCount;
         for (std::int32_t tap = 0; tap < sharedCount; tap += 2) {
             const Lanes factors = LoadPair(weights + tap);
-            const Lanes nextFactors = LoadPair(next.coarse + tap);
+            const Lanes nextFactors = LoadPair(next.low + tap);
             for (int colour = 0; colour < colourCount; ++colour) {
                 Lanes values = Lanes::Load(words + colour * wordsPerColour);
                 values.KeepLoaded();
@@ -160,7 +160,7 @@ class RowResampler {
             }
             words += wordsPerPair;
         }
-        AddProducts(next.first + sharedCount, next.count - sharedCount, next.coarse + sharedCount,
+        AddProducts(next.first + sharedCount, next.count - sharedCount, next.low + sharedCount,
                     nextSums);
         pixel = Finish(list, sums);
         nextPixel = Finish(next, nextSums);
@@ -178,7 +178,8 @@ class RowResampler {
             sum = Lanes::Broadcast(bias);
     }
 
-    // The bytes of a list whose products with the coarse digits have been added up.
+    // The bytes of a list whose products with the low parts of the coarse digits have been added
+    // up.
     Lanes Finish(const FixedList& list, Colours& sums) const {
         if (list.highCount > 0) AddHighProducts(list, sums);
         if (list.slack != 0) {

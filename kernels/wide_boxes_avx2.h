@@ -30,7 +30,7 @@ class WideBoxAverager {
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead);
+        AheadFetcher ahead(job.ahead, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
         for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {

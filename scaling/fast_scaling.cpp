@@ -42,7 +42,7 @@ class RowAverager {
         // Deliberate: the rows below the first of a block are never visited. It counts as often
         // as the block is high, so the result is the average of one row's pixels.
         job_.source = reader_.SeekRow(SourceRow(y));
-        job_.ahead = reader_.RowAddress(std::min(SourceRow(y + 1), reader_.height - 1));
+        job_.ahead = reader_.RowAddress(SourceRow(y + 1));
         for (std::int64_t x = 0; x < width_; x += longestStretch) {
             FindStarts(x, std::min(longestStretch, width_ - x));
             job_.destination = destination + x * bytesPerPixelWord;

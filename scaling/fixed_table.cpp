@@ -8,6 +8,10 @@
 // v lies between sum(c q) + 0.5 + 255 sum(min(r, 0)) - e and sum(c q) + 0.5 + 255 sum(max(r, 0)) +
 // e. The fine digit is the nearest multiple of 2^-(shift + fineShift) to r, and what it leaves
 // bounds v in the same way. Digits are chosen so short that no sum of products reaches 2^31.
+//
+// A coarse digit of more than 16 bits is low + 2^16 high with a signed low part. No low part is
+// greater than its digit, and so no 2^16 high greater than twice that: sums of either stay below
+// 2^31 where those of the digits stay below 2^30, and the bounds look at the whole digit alone.
 #include "scaling/fixed_table.h"
 
 #include <algorithm>
@@ -56,8 +60,8 @@ struct Magnitudes {
     }
 };
 
-// The shortest shift with which a list is seldom open: in a third of all blocks of eight rows of
-// noise. Remainders are a quarter on average, channels at most 255, and a block has 24 colours.
+// The shortest shift with which a list is seldom open: for a third of the pixels, of eight rows of
+// noise each. Remainders are a quarter on average, channels at most 255, and there are 24 colours.
 int SeldomOpenShift(std::int32_t count) {
     constexpr double colours = 24.0;
     constexpr double seldom = 0.35;
@@ -143,18 +147,18 @@ void LeaveOpen(FixedList& fixed) {
 
 // Where the digits of a list's weights lie, all zeros so far.
 struct Digits {
-    std::int16_t* coarse;
+    std::int16_t* low;
     std::int16_t* fine;
     std::int16_t* high;
 };
 
-// Stores a weight's first digit in two parts. The lower one is signed.
-void StoreFirstDigit(double digit, std::int32_t place, const Digits& digits) {
+// Stores a weight's coarse digit in two parts, of which the low one is signed.
+void StoreCoarseDigit(double digit, std::int32_t place, const Digits& digits) {
     constexpr std::int32_t unit = 1 << kernels::highDigitShift;
     const auto whole = static_cast<std::int32_t>(digit);
     const std::int32_t high = (whole + unit / 2) >> kernels::highDigitShift;
     digits.high[place] = static_cast<std::int16_t>(high);
-    digits.coarse[place] = static_cast<std::int16_t>(whole - high * unit);
+    digits.low[place] = static_cast<std::int16_t>(whole - high * unit);
 }
 
 // Has a list name the pairs of weights from the first to the last that has a high part.
@@ -172,7 +176,7 @@ void SetHighDigits(FixedList& fixed, const std::int16_t* high) {
 
 void FillFixed(FixedList& fixed, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
-    fixed.coarse = digits.coarse;
+    fixed.low = digits.low;
     fixed.fine = digits.fine;
     fixed.shift = 1;
     fixed.addsExactly = AddsExactly(exact);
@@ -196,7 +200,7 @@ void FillFixed(FixedList& fixed, const Digits& digits) {
         const double fineDigit = RoundToNearest(scaledRest);
         belowFine.Add(scaledRest - fineDigit);
         const std::int32_t place = entry.pixel - fixed.first;
-        StoreFirstDigit(digit, place, digits);
+        StoreCoarseDigit(digit, place, digits);
         digits.fine[place] = static_cast<std::int16_t>(fineDigit);
     }
     SetHighDigits(fixed, digits.high);
@@ -243,7 +247,7 @@ bool FixedTable::Build(std::span<const ContributionList> exact) {
         fixed->count = span.count;
         if (list.count > 0) fixed->end = list.entries[list.count - 1].pixel + 1;
         end_ = std::max(end_, std::int64_t{fixed->end});
-        FillFixed(*fixed, {.coarse = digits,
+        FillFixed(*fixed, {.low = digits,
                            .fine = digits + span.count,
                            .high = digits + 2 * std::ptrdiff_t{span.count}});
         digits += 3 * std::ptrdiff_t{span.count};

@@ -466,11 +466,11 @@ std::vector<std::vector<Contribution>> ListsWithGreatDigits() {
     return lists;
 }
 
-// A weight's first digit, of both parts.
-std::int64_t FirstDigit(const FixedList& list, std::int32_t place) {
+// A weight's coarse digit, of both parts.
+std::int64_t CoarseDigit(const FixedList& list, std::int32_t place) {
     const std::int32_t highPlace = place - list.highFirst;
     const bool hasHigh = highPlace >= 0 && highPlace < list.highCount;
-    return list.coarse[place] + (hasHigh ? std::int64_t{list.high[highPlace]} << 16U : 0);
+    return list.low[place] + (hasHigh ? std::int64_t{list.high[highPlace]} << 16U : 0);
 }
 
 // The sum of a list's products with white pixels at the most, whatever their signs.
@@ -488,9 +488,9 @@ TEST(FixedLists, HaveDigitsWhoseSumsDoNotOverflow) {
         FixedTable fixed;
         ASSERT_TRUE(fixed.Build(lists));
         const FixedList& list = fixed.lists()[0];
-        const auto firstDigit = [&](std::int32_t place) { return FirstDigit(list, place); };
+        const auto coarseDigit = [&](std::int32_t place) { return CoarseDigit(list, place); };
         const auto fineDigit = [&](std::int32_t place) { return list.fine[place]; };
-        EXPECT_LT(GreatestSum(list.count, firstDigit), std::int64_t{1} << 30U) << list.count;
+        EXPECT_LT(GreatestSum(list.count, coarseDigit), std::int64_t{1} << 30U) << list.count;
         EXPECT_LT(GreatestSum(list.count, fineDigit), std::int64_t{1} << 31U) << list.count;
     }
 }
@@ -507,7 +507,7 @@ TEST(FixedLists, HaveHighDigitsForTheFewGreatWeightsOfLongLists) {
     EXPECT_EQ(list.highCount, 6);
     EXPECT_EQ(list.high[0], 0);
     EXPECT_GT(list.high[1], 0);
-    EXPECT_NEAR(static_cast<double>(FirstDigit(list, 21)) * std::ldexp(1.0, -list.shift), 0.3,
+    EXPECT_NEAR(static_cast<double>(CoarseDigit(list, 21)) * std::ldexp(1.0, -list.shift), 0.3,
                 std::ldexp(1.0, -list.shift));
     EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).highCount, 0);
 }
@@ -525,7 +525,7 @@ TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
         double below = 0.0;
         double above = 0.0;
         for (const Contribution& entry : entries) {
-            const auto digit = static_cast<double>(FirstDigit(list, entry.pixel - list.first));
+            const auto digit = static_cast<double>(CoarseDigit(list, entry.pixel - list.first));
             const double left = double{entry.weight} * unit - digit;
             (left < 0.0 ? below : above) += 255.0 * left;
         }
@@ -553,8 +553,8 @@ TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
         EXPECT_EQ(list.first, 4);
         EXPECT_EQ(list.count, 4);
     }
-    EXPECT_EQ(fixed.lists()[0].coarse[0], 0);
-    EXPECT_EQ(fixed.lists()[1].coarse[3], 0);
+    EXPECT_EQ(fixed.lists()[0].low[0], 0);
+    EXPECT_EQ(fixed.lists()[1].low[3], 0);
 }
 
 TEST(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
