@@ -66,7 +66,9 @@ int SeldomOpenShift(std::int32_t count) {
     constexpr double colours = 24.0;
     constexpr double seldom = 0.35;
     const double slack = 0.25 * greatestChannel * count;
-    return static_cast<int>(std::ceil(std::log2(slack * colours / seldom)));
+    int exponent = 0;
+    std::frexp(slack * colours / seldom, &exponent);
+    return exponent;
 }
 
 // The longest shift for which coarse digits have 16 bits, or the shortest with which a list is
