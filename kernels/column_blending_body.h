@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "kernels/column_vectors.h"
-#include "kernels/resampling.h"
 #include "kernels/simd_sse2.h"
 #include "kernels/whole_blending_body.h"
 

@@ -1,5 +1,5 @@
 // The two passes of the resampler as they are defined. The vector kernels give the same bytes and
-// come back here for every byte that their bounds do not settle.
+// do the same, several at a time, for those that their bounds do not settle.
 #pragma once
 
 #include <cstdint>

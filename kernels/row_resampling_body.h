@@ -27,7 +27,7 @@ class RowResampler {
         : job_(job),
           pairing_(job.order),
           // Pixels that do not begin with a colour begin with the byte that is none.
-          places_(job.order.alpha == 0 ? 8 : 0) {
+          colourShift_(job.order.alpha == 0 ? 8 : 0) {
         static_assert(rowsAtOnce == 8, "as many rows as a vector has numbers");
         static_assert(colourCount == 3, "as many colours as are packed");
     }
@@ -58,7 +58,7 @@ class RowResampler {
             ResampleTwo(list, next, pixels[index], pixels[index + 1]);
         }
         for (Lanes& pixel : pixels)
-            pixel = pixel << places_;
+            pixel = pixel << colourShift_;
         if (length == blockLength) {
             Store(pixels, [&](int row) { return job_.destinations[row] + x * bytesPerPixelWord; });
         } else {
@@ -355,7 +355,7 @@ class RowResampler {
 
     const RowResampling& job_;
     typename Lanes::ColourPairing pairing_;
-    std::int32_t places_;
+    std::int32_t colourShift_;
     std::int32_t widened_ = 0;
 };
 
