@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "kernels/column_vectors.h"
+#include "kernels/repetition.h"
 #include "kernels/simd_sse2.h"
 #include "kernels/whole_blending_body.h"
 
@@ -22,15 +23,6 @@ namespace {
 inline std::uint64_t ColourLanes(const ChannelOrder& order) {
     const std::uint64_t colours = 0xFU & ~(1U << order.alpha);
     return colours * 0x1111111111111111U;
-}
-
-// Calls `step` with 0 to `count` - 1 as constants, so that vectors named by them stay in registers.
-template <int count, typename Step>
-void Repeat(Step step) {
-    [&]<int... index>(std::integer_sequence<int, index...>) {
-        (step(std::integral_constant<int, index>()), ...);
-    }
-    (std::make_integer_sequence<int, count>());
 }
 
 // `Rows` are the source's rows as bytes or as numbers.
@@ -159,89 +151,107 @@ class ColumnBlender {
         return rest;
     }
 
-    // Computes by the definition what is open: single pixels, or four at a time where many are.
+    // Computes by the definition what is open: whole pixels, or one channel of four pixels, as
+    // takes fewer sums.
     [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
                                    std::int64_t offset) const {
         const Mask open = Simd::Differing(low, high) & colourLanes_;
-        std::uint8_t target[Simd::byteCount];
-        Simd::StoreAll(target, arrange_(low));
-        const std::int64_t size = job_.width * bytesPerPixelWord - offset;
-        for (std::int64_t part = 0; part < Simd::byteCount && part < size; part += partSize) {
+        std::uint8_t bytes[Simd::byteCount];
+        Simd::StoreAll(bytes, low);
+        for (std::int64_t part = 0; part < Simd::byteCount; part += partSize) {
             const auto lanes = static_cast<unsigned>(open >> static_cast<unsigned>(part)) & 0xFFFFU;
-            if (__builtin_popcount(lanes) > fewLanes) {
-                StorePart(BlendExactly(*list.exact, offset + part), target + part);
-            } else {
-                SettlePixels(list, lanes, offset + part, target + part);
+            if (lanes != 0) SettlePart(list, lanes, offset + part, bytes + part);
+        }
+        return arrange_(Simd::LoadAll(bytes));
+    }
+
+    void SettlePart(const BoundedList& list, unsigned lanes, std::int64_t offset,
+                    std::uint8_t* bytes) const {
+        const unsigned byPair = lanes | lanes >> 8U;
+        unsigned channels = (byPair | byPair >> 4U) & 0xFU;
+        const unsigned byTwo = lanes | lanes >> 2U;
+        unsigned pixels = (byTwo | byTwo >> 1U) & 0x1111U;
+        if (__builtin_popcount(pixels) <= __builtin_popcount(channels)) {
+            for (; pixels != 0; pixels &= pixels - 1) {
+                const int place = __builtin_ctz(pixels);
+                const std::uint32_t pixel = ToFourBytes(BlendPixel(list, offset + place));
+                __builtin_memcpy(bytes + place, &pixel, sizeof pixel);
             }
+            return;
         }
-        return Simd::LoadAll(target);
-    }
-
-    void SettlePixels(const BoundedList& list, unsigned lanes, std::int64_t offset,
-                      std::uint8_t* target) const {
-        while (lanes != 0) {
-            const std::int64_t pixel = __builtin_ctz(lanes) / bytesPerPixelWord;
-            lanes &= ~0U << (bytesPerPixelWord * (pixel + 1));
-            const std::int64_t place = pixel * bytesPerPixelWord;
-            if (offset + place >= job_.width * bytesPerPixelWord) return;
-            const __m128i bytes = BlendPixel(list, offset + place);
-            std::uint8_t channels[Sse2::byteCount];
-            StorePart(Sse2::PackPixels([&](int) { return bytes; }), channels);
-            __builtin_memcpy(target + place, channels, bytesPerPixelWord);
+        for (; channels != 0; channels &= channels - 1) {
+            const int channel = __builtin_ctz(channels);
+            const std::uint32_t values = ToFourBytes(BlendChannel(list, offset, channel));
+            for (int pixel = 0; pixel < 4; ++pixel)
+                bytes[4 * pixel + channel] = static_cast<std::uint8_t>(values >> (8 * pixel));
         }
     }
 
-    // One pixel by the definition. Where no sum is rounded, two are formed at once.
+    // Four numbers clamped to bytes.
+    static std::uint32_t ToFourBytes(__m128i numbers) {
+        const __m128i bytes = Sse2::PackPixels([&](int) { return numbers; });
+        return static_cast<std::uint32_t>(_mm_cvtsi128_si32(bytes));
+    }
+
+    // The channels of one pixel by the definition.
     [[gnu::noinline]] __m128i BlendPixel(const BoundedList& list, std::int64_t offset) const {
+        return BlendExactly(list, offset, Narrow::LoadBytes);
+    }
+
+    // One channel of four pixels.
+    [[gnu::noinline]] __m128i BlendChannel(const BoundedList& list, std::int64_t offset,
+                                           int channel) const {
+        const __m128i shift = _mm_cvtsi32_si128(8 * channel);
+        return BlendExactly(list, offset, [shift](const std::uint8_t* bytes) {
+            const __m128i values = _mm_srl_epi32(Sse2::LoadAll(bytes), shift);
+            return _mm_cvtepi32_ps(_mm_and_si128(values, _mm_set1_epi32(255)));
+        });
+    }
+
+    // Four bytes by the definition, given how each row's are loaded. Where no sum is rounded, four
+    // are formed at once.
+    template <typename LoadValues>
+    [[gnu::always_inline]] __m128i BlendExactly(const BoundedList& list, std::int64_t offset,
+                                                LoadValues loadValues) const {
+        constexpr int sumCount = 4;
+        FourDoubles sums[sumCount];
         const ContributionList& exact = *list.exact;
-        RowCursor cursor(rows_);
-        const auto productOf = [&](std::int32_t index) {
-            const Contribution& entry = exact.entries[index];
-            const __m128 values = LoadPixel(cursor.Row(entry.pixel) + offset);
-            return FourDoubles::FromFloats(_mm_mul_ps(values, _mm_set1_ps(entry.weight)));
-        };
-        FourDoubles sum;
-        FourDoubles other;
-        std::int32_t index = 0;
-        for (; list.addsExactly && index + 2 <= exact.count; index += 2) {
-            sum = sum + productOf(index);
-            other = other + productOf(index + 1);
-        }
-        sum = sum + other;
-        for (; index < exact.count; ++index)
-            sum = sum + productOf(index);
-        return sum.Mean(exact.weightSum);
+        ForEachRun(exact,
+                   [&](const Contribution* entries, std::int64_t count, const std::uint8_t* row) {
+                       row += offset;
+                       std::int64_t index = 0;
+                       const auto add = [&](FourDoubles& sum) {
+                           const __m128 weight = _mm_set1_ps(entries[index++].weight);
+                           sum = sum + FourDoubles::FromFloats(_mm_mul_ps(loadValues(row), weight));
+                           row += job_.rows.stride;
+                       };
+                       while (list.addsExactly && index + sumCount <= count)
+                           Repeat<sumCount>([&](auto place) { add(sums[place]); });
+                       while (index < count)
+                           add(sums[0]);
+                   });
+        return ((sums[0] + sums[1]) + (sums[2] + sums[3])).Mean(exact.weightSum);
     }
 
-    static __m128 LoadPixel(const std::uint8_t* bytes) { return Narrow::LoadBytes(bytes); }
-    static __m128 LoadPixel(const float* numbers) { return Narrow::Load(numbers); }
-
-    // Stores the colours of four pixels in their order.
-    void StorePart(__m128i pixels, std::uint8_t* target) const {
-        const typename Narrow::Arrangement arrange(job_.rowOrder, job_.order);
-        Narrow::StoreAll(target, arrange(pixels));
-    }
-
-    // Four pixels by the definition.
-    [[gnu::noinline]] __m128i BlendExactly(const ContributionList& list,
-                                           std::int64_t offset) const {
-        FourDoubles sums[4];
-        RowCursor cursor(rows_);
-        for (std::int32_t index = 0; index < list.count; ++index) {
-            const Contribution& entry = list.entries[index];
-            const auto* const pixels = cursor.Row(entry.pixel) + offset;
-            const __m128 weight = _mm_set1_ps(entry.weight);
-            for (int pixel = 0; pixel < 4; ++pixel) {
-                const __m128 values = LoadPixel(pixels + pixel * bytesPerPixelWord);
-                sums[pixel] = sums[pixel] + FourDoubles::FromFloats(_mm_mul_ps(values, weight));
-            }
+    // Calls `add`, in order, with some of a list's entries after the others, how many they are, and
+    // the row of the first; the rows of the others lie behind it.
+    template <typename Add>
+    void ForEachRun(const ContributionList& list, Add add) const {
+        if (list.count == 0) return;
+        const std::int32_t first = list.entries[0].pixel;
+        const bool hasGaps = list.entries[list.count - 1].pixel - first != list.count - 1;
+        RowCursor cursor(job_.rows);
+        std::int64_t index = 0;
+        while (index < list.count) {
+            const std::uint8_t* const row = cursor.Row(list.entries[index].pixel);
+            const std::int64_t count =
+                hasGaps ? 1 : std::min<std::int64_t>(list.count - index, cursor.RowsBeforeEnd());
+            add(list.entries + index, count, row);
+            index += count;
         }
-        const double weightSum = list.weightSum;
-        return Sse2::PackPixels([&](int pixel) { return sums[pixel].Mean(weightSum); });
     }
 
     static constexpr std::int64_t partSize = 16;
-    static constexpr int fewLanes = 3;
 
     const ColumnBlending& job_;
     const Rows& rows_;

@@ -24,22 +24,23 @@ struct NumberRows {
     float* Row(std::int64_t index) const { return places + index % capacity * stride; }
 };
 
-// Finds rows, of bytes or of numbers, whose indices ascend, and divides only where one would lie
-// behind the last place.
-template <typename Rows>
+// Finds rows whose indices ascend, and divides only where one would lie behind the last place.
 class RowCursor {
   public:
-    explicit RowCursor(const Rows& rows) : rows_(rows) {}
+    explicit RowCursor(const PixelRows& rows) : rows_(rows) {}
 
-    auto* Row(std::int64_t index) {
+    [[gnu::always_inline]] std::uint8_t* Row(std::int64_t index) {
         place_ += index - index_;
         if (place_ >= rows_.capacity) place_ %= rows_.capacity;
         index_ = index;
         return rows_.places + place_ * rows_.stride;
     }
 
+    // How many rows lie one behind the other from the one that was found last.
+    std::int64_t RowsBeforeEnd() const { return rows_.capacity - place_; }
+
   private:
-    const Rows& rows_;
+    const PixelRows& rows_;
     std::int64_t index_ = 0;
     std::int64_t place_ = 0;
 };
