@@ -38,6 +38,10 @@ struct FixedList {
     std::int32_t fineBias;
     std::int32_t fineSlack;
     bool addsExactly;  // whether the definition's products add up to the same sum in any order
+    // The sum of one half of the weights, if they add up exactly and the other half mirrors it;
+    // else 0. Where all pixels and their mirror images add up to s, the definition's sum is s times
+    // it.
+    double mirroredHalf;
 };
 
 }  // namespace zvk::kernels

@@ -61,6 +61,18 @@ struct WideRowLanes {
     WideRowLanes operator>>(std::int32_t count) const {
         return {_mm256_sra_epi32(bits, _mm_cvtsi32_si128(count))};
     }
+    // All bits of the numbers that are zero.
+    WideRowLanes IsZero() const { return {_mm256_cmpeq_epi32(bits, _mm256_setzero_si256())}; }
+    // Of every row the first number where `these` has all bits, and the second where it has none.
+    static WideRowLanes Where(WideRowLanes these, WideRowLanes first, WideRowLanes second) {
+        return {_mm256_blendv_epi8(second.bits, first.bits, these.bits)};
+    }
+    // The two words of each number in each other's places.
+    WideRowLanes WithSwappedWords() const {
+        return {_mm256_shuffle_epi8(
+            bits, _mm256_broadcastsi128_si256(_mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5,  //
+                                                            10, 11, 8, 9, 14, 15, 12, 13)))};
+    }
     // Whether any number has any of these bits.
     bool HasAny(WideRowLanes these) const { return _mm256_testz_si256(bits, these.bits) == 0; }
 

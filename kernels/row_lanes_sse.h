@@ -58,6 +58,14 @@ struct RowLanePair {
         const __m128i shift = _mm_cvtsi32_si128(count);
         return {_mm_sra_epi32(lower, shift), _mm_sra_epi32(upper, shift)};
     }
+    // All bits of the numbers that are zero.
+    RowLanePair IsZero() const { return With<_mm_cmpeq_epi32>(Broadcast(0)); }
+    // Of every row the first number where `these` has all bits, and the second where it has none.
+    static RowLanePair Where(RowLanePair these, RowLanePair first, RowLanePair second) {
+        return (first & these) | these.With<_mm_andnot_si128>(second);
+    }
+    // The two words of each number in each other's places.
+    RowLanePair WithSwappedWords() const { return {SwapWords(lower), SwapWords(upper)}; }
     // Whether any number has any of these bits.
     bool HasAny(RowLanePair these) const {
         const RowLanePair common = *this & these;
@@ -108,6 +116,9 @@ struct RowLanePair {
     };
 
   private:
+    static __m128i SwapWords(__m128i half) {
+        return _mm_or_si128(_mm_slli_epi32(half, 16), _mm_srli_epi32(half, 16));
+    }
     template <__m128i (*combine)(__m128i, __m128i)>
     RowLanePair With(RowLanePair other) const {
         return {combine(lower, other.lower), combine(upper, other.upper)};

@@ -16,6 +16,7 @@
 
 #include "kernels/kernel_table.h"
 #include "kernels/prefetching.h"
+#include "kernels/repetition.h"
 
 namespace zvk::kernels {
 namespace {
@@ -147,23 +148,39 @@ class RowResampler {
         const std::int32_t ownCount = next.first - list.first;
         AddProducts(list.first, ownCount, list.low, sums);
         const std::int32_t sharedCount = list.count - ownCount;
-        const std::uint16_t* words = WordsOf(next.first, 0);
-        const std::int16_t* weights = list.low + ownCount;
-        for (std::int32_t tap = 0; tap < sharedCount; tap += 2) {
-            const Lanes factors = LoadPair(weights + tap);
-            const Lanes nextFactors = LoadPair(next.low + tap);
-            for (int colour = 0; colour < colourCount; ++colour) {
-                Lanes values = Lanes::Load(words + colour * wordsPerColour);
-                values.KeepLoaded();
-                sums[colour] = sums[colour].PlusProducts(values, factors);
-                nextSums[colour] = nextSums[colour].PlusProducts(values, nextFactors);
-            }
-            words += wordsPerPair;
-        }
+        AddSharedProducts(WordsOf(next.first, 0), sharedCount, list.low + ownCount, next.low, sums,
+                          nextSums);
         AddProducts(next.first + sharedCount, next.count - sharedCount, next.low + sharedCount,
                     nextSums);
         pixel = Finish(list, sums);
         nextPixel = Finish(next, nextSums);
+    }
+
+    // Adds the products of `count` pixels' words with the weights of two lists.
+    static void AddSharedProducts(const std::uint16_t* words, std::int32_t count,
+                                  const std::int16_t* weights, const std::int16_t* nextWeights,
+                                  Colours& sums, Colours& nextSums) {
+        Colours own;
+        Colours others;
+        Repeat<colourCount>([&](auto colour) {
+            own[colour] = sums[colour];
+            others[colour] = nextSums[colour];
+        });
+        for (std::int32_t tap = 0; tap < count; tap += 2) {
+            const Lanes factors = LoadPair(weights + tap);
+            const Lanes nextFactors = LoadPair(nextWeights + tap);
+            Repeat<colourCount>([&](auto colour) {
+                Lanes values = Lanes::Load(words + colour * wordsPerColour);
+                values.KeepLoaded();
+                own[colour] = own[colour].PlusProducts(values, factors);
+                others[colour] = others[colour].PlusProducts(values, nextFactors);
+            });
+            words += wordsPerPair;
+        }
+        Repeat<colourCount>([&](auto colour) {
+            sums[colour] = own[colour];
+            nextSums[colour] = others[colour];
+        });
     }
 
     // Whether two lists have so much in common that it pays to serve them together.
@@ -259,12 +276,44 @@ class RowResampler {
         const Lanes slack = Lanes::Broadcast(list.slack);
         const Lanes whole = Lanes::Broadcast(WholeBits(list.shift));
         Colours bytes;
-        for (int colour = 0; colour < colourCount; ++colour) {
+        Repeat<colourCount>([&](auto colour) {
             const Lanes low = least[colour];
-            bytes[colour] = (low ^ (low + slack)).HasAny(whole) ? SettleColour(list, colour, low)
-                                                                : low >> list.shift;
-        }
+            const Lanes open = (low ^ (low + slack)) & whole;
+            bytes[colour] =
+                open.HasAny(whole) ? SettleOpen(list, colour, low, open) : low >> list.shift;
+        });
         return Lanes::PackPixels(bytes[0], bytes[1], bytes[2]);
+    }
+
+    // One colour, of which those rows are not settled that have any bit in `open`.
+    Lanes SettleOpen(const FixedList& list, int colour, Lanes least, Lanes open) const {
+        Lanes sums;
+        if (list.mirroredHalf == 0.0 || !AreMirrored(list, colour, open, sums))
+            return SettleColour(list, colour, least);
+        Doubles sum;
+        sum.AddProduct(sums & Lanes::Broadcast(0xFFFF), list.mirroredHalf);
+        return Lanes::Where(open.IsZero(), least >> list.shift, MeanOf(sum, *list.exact));
+    }
+
+    // Whether all pixels of a mirrored list add up with their mirror images to the same in every
+    // row that is open, as they do on even slopes; symmetrical weights then give exact halves
+    // again and again. `sums` receives what they add up to, as words.
+    bool AreMirrored(const FixedList& list, int colour, Lanes open, Lanes& sums) const {
+        const std::uint16_t* words = WordsOf(list.first, colour);
+        const std::uint16_t* images = WordsOf(list.first + list.count - 2, colour);
+        sums = Lanes::Load(words) + Lanes::Load(images).WithSwappedWords();
+        Lanes differences = sums ^ sums.WithSwappedWords();
+        if (!AreZeroWhere(open, differences)) return false;
+        while ((words += wordsPerPair) <= (images -= wordsPerPair)) {
+            const Lanes others = Lanes::Load(words) + Lanes::Load(images).WithSwappedWords();
+            differences = differences | (others ^ sums);
+        }
+        return AreZeroWhere(open, differences);
+    }
+
+    // Whether numbers are zero in all rows in which `rows` is not.
+    static bool AreZeroWhere(Lanes rows, Lanes numbers) {
+        return !rows.HasAny(numbers.IsZero() ^ Lanes::Broadcast(-1));
     }
 
     // One colour, with the second digit of the weights.
@@ -322,6 +371,10 @@ class RowResampler {
         sum = sum + other;
         for (; index < exact.count; ++index)
             sum.AddProduct(valuesOf(exact.entries[index].pixel), exact.entries[index].weight);
+        return MeanOf(sum, exact);
+    }
+
+    static Lanes MeanOf(const Doubles& sum, const ContributionList& exact) {
         const double weightSum = exact.weightSum;
         return Lanes::FromHalves(sum.lower.Mean(weightSum), sum.upper.Mean(weightSum));
     }

@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 #include "kernels/quotient.h"
 #include "scaling/contributions.h"
@@ -177,46 +176,29 @@ void SetDecision(BoundedList& bounded, const ContributionList& list, double magn
     }
 }
 
-// Source coordinates from `first` to before `end`.
-struct Span {
-    std::int32_t first = 0;
-    std::int32_t end = 0;
-
-    std::int32_t count() const { return end - first; }
-};
-
-Span SpanOf(const ContributionList& list) {
-    if (list.count == 0) return {};
-    return {.first = list.entries[0].pixel, .end = list.entries[list.count - 1].pixel + 1};
+// Has two neighbouring lists name the same rows where serving both together pays: those that only
+// one of them names are few. Returns whether they do.
+bool Join(RowSpan& span, RowSpan& next) {
+    if (span.count() == 0 || next.count() == 0) return false;
+    const std::int32_t first = std::min(span.first, next.first);
+    const std::int32_t end = std::max(span.end, next.end);
+    const std::int64_t longest = std::max(span.count(), next.count());
+    if (end - first > longest + std::max<std::int64_t>(longest / 4, 1)) return false;
+    if (span.copied >= 0 || next.copied >= 0) return false;
+    span.first = next.first = first;
+    span.end = next.end = end;
+    return true;
 }
 
-// The rows of two neighbouring lists where serving both together pays: those that only one of them
-// names are few.
-std::optional<Span> CommonSpan(const ContributionList& list, const ContributionList& next) {
-    if (list.count == 0 || next.count == 0) return {};
-    const Span own = SpanOf(list);
-    const Span others = SpanOf(next);
-    const Span both{.first = std::min(own.first, others.first),
-                    .end = std::max(own.end, others.end)};
-    const std::int64_t longest = std::max(own.count(), others.count());
-    if (both.count() > longest + std::max<std::int64_t>(longest / 4, 1)) return {};
-    if (CopiedPixel(list) || CopiedPixel(next)) return {};
-    return both;
+// Whether two lists lie alike within the rows that they are to name.
+bool LieAlike(const ContributionList& list, const RowSpan& span, const ContributionList& other,
+              const RowSpan& otherSpan) {
+    if (list.count == 0 || other.count == 0) return false;
+    return span.count() == otherSpan.count() &&
+           list.entries[0].pixel - span.first == other.entries[0].pixel - otherSpan.first;
 }
 
-// Calls `fill` with the index of every list and the rows that it is to name.
-template <typename Fill>
-void ForEachSpan(std::span<const ContributionList> exact, Fill fill) {
-    for (std::size_t index = 0; index < exact.size();) {
-        const auto both =
-            index + 1 < exact.size() ? CommonSpan(exact[index], exact[index + 1]) : std::nullopt;
-        fill(index, both.value_or(SpanOf(exact[index])));
-        if (both) fill(index + 1, *both);
-        index += both ? 2 : 1;
-    }
-}
-
-void FillBounded(BoundedList& bounded, const ContributionList& list, const Span& span,
+void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSpan& span,
                  float* weights) {
     bounded = {.weights = weights,
                .exact = &list,
@@ -246,23 +228,56 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const Span&
 }  // namespace
 
 bool BoundedTable::Build(std::span<const ContributionList> exact) {
-    std::int64_t length = 1;
-    ForEachSpan(exact, [&](std::size_t, const Span& span) { length += span.count(); });
     listCount_ = std::ssize(exact);
     lists_ = AllocateZeroed<BoundedList>(listCount_);
-    needed_ = AllocateZeroed<NeededRows>(listCount_);
+    spans_ = AllocateZeroed<RowSpan>(listCount_);
+    if (lists_ == nullptr || spans_ == nullptr) return false;
+    FindSpans(exact);
+    JoinNeighbours();
+    std::int64_t length = 1;
+    for (std::int64_t index = 0; index < listCount_; ++index)
+        length += spans_[index].count();
     weights_ = AllocateZeroed<float>(length);
-    if (lists_ == nullptr || needed_ == nullptr || weights_ == nullptr) return false;
+    if (weights_ == nullptr) return false;
 
     float* weights = weights_.get();
-    ForEachSpan(exact, [&](std::size_t index, const Span& span) {
-        FillBounded(lists_[index], exact[index], span, weights);
-        needed_[static_cast<std::ptrdiff_t>(index)] = {.first = span.first, .end = span.end};
-        if (lists_[index].decision != Decision::InWholes) weightCount_ += lists_[index].count;
-        weights += span.count();
-    });
+    for (std::size_t index = 0; index < exact.size(); ++index) {
+        const ContributionList& list = exact[index];
+        const RowSpan& span = spans_[static_cast<std::ptrdiff_t>(index)];
+        BoundedList& bounded = lists_[static_cast<std::ptrdiff_t>(index)];
+        const std::size_t twin = FindTwin(exact, index, [&](std::size_t other) {
+            return LieAlike(exact[other], spans_[static_cast<std::ptrdiff_t>(other)], list, span);
+        });
+        if (twin != index) {
+            bounded = lists_[static_cast<std::ptrdiff_t>(twin)];
+            bounded.exact = &list;
+            bounded.first = span.first;
+        } else {
+            FillBounded(bounded, list, span, weights);
+            weights += span.count();
+        }
+        if (bounded.decision != Decision::InWholes) weightCount_ += bounded.count;
+    }
     MeasureSpans();
     return true;
+}
+
+// The rows that each list names by itself.
+void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
+    RowSpan* span = spans_.get();
+    for (const ContributionList& list : exact) {
+        span->copied = CopiedPixel(list).value_or(-1);
+        if (list.count > 0) {
+            span->first = list.entries[0].pixel;
+            span->end = list.entries[list.count - 1].pixel + 1;
+        }
+        ++span;
+    }
+}
+
+void BoundedTable::JoinNeighbours() {
+    for (std::int64_t index = 0; index + 1 < listCount_; ++index)
+        index += Join(spans_[index], spans_[index + 1]) ? 1 : 0;
 }
 
 bool BoundedTable::SharesRows(std::int64_t index) const {
@@ -277,18 +292,18 @@ bool BoundedTable::SharesRows(std::int64_t index) const {
 void BoundedTable::MeasureSpans() {
     std::int32_t end = 0;
     for (std::int64_t index = 0; index < listCount_; ++index)
-        end = std::max(end, needed_[index].end);
+        end = std::max(end, spans_[index].end);
     std::int32_t first = end;
     for (std::int64_t index = listCount_; index-- > 0;) {
-        NeededRows& needed = needed_[index];
-        if (needed.end > 0) first = std::min(first, needed.first);
-        needed.first = first;
+        RowSpan& span = spans_[index];
+        if (span.end > 0) first = std::min(first, span.first);
+        span.firstFromHere = first;
     }
     sourceSpan_ = end - first;
     end = 0;
     for (std::int64_t index = 0; index < listCount_; ++index) {
-        end = std::max(end, needed_[index].end);
-        longestSpan_ = std::max<std::int64_t>(longestSpan_, end - needed_[index].first);
+        end = std::max(end, spans_[index].end);
+        longestSpan_ = std::max<std::int64_t>(longestSpan_, end - spans_[index].firstFromHere);
     }
 }
 

@@ -2,12 +2,23 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "bridge/buffer.h"
 #include "kernels/bounded_list.h"
 
 namespace zvk {
+
+// What a list is to name: the rows from `first` to before `end`.
+struct RowSpan {
+    std::int32_t first;
+    std::int32_t end;
+    std::int32_t copied;         // the one row whose bytes the list gives; below 0 if there is none
+    std::int32_t firstFromHere;  // the least that it or a later list names
+
+    std::int32_t count() const { return end - first; }
+};
 
 // The bounded lists of one axis. It refers to the contribution lists that it was made from.
 class BoundedTable {
@@ -34,27 +45,28 @@ class BoundedTable {
     std::int64_t sourceSpan() const { return sourceSpan_; }
 
     // The least `first` among the lists from index on: what lies before it is not read any more.
-    std::int32_t FirstNeededFrom(std::int64_t index) const { return needed_[index].first; }
+    std::int32_t FirstNeededFrom(std::int64_t index) const { return spans_[index].firstFromHere; }
 
     // The end of the rows that a list names, also with a weight of 0.
-    std::int32_t EndOf(std::int64_t index) const { return needed_[index].end; }
+    std::int32_t EndOf(std::int64_t index) const { return spans_[index].end; }
+
+    // The one row whose bytes a list gives, if there is one.
+    std::optional<std::int32_t> CopiedRow(std::int64_t index) const {
+        const std::int32_t copied = spans_[index].copied;
+        return copied < 0 ? std::nullopt : std::optional(copied);
+    }
 
     // How many source rows must be at hand at once to go through the lists in order.
     std::int64_t longestSpan() const { return longestSpan_; }
 
   private:
-    // Source rows that must be at hand: the first of them for all lists from one on, the end for
-    // that list.
-    struct NeededRows {
-        std::int32_t first;
-        std::int32_t end;
-    };
-
+    void FindSpans(std::span<const ContributionList> exact);
+    void JoinNeighbours();
     void MeasureSpans();
 
+    Buffer<RowSpan> spans_;
     Buffer<kernels::BoundedList> lists_;
     std::int64_t listCount_ = 0;
-    Buffer<NeededRows> needed_;
     Buffer<float> weights_;
     std::int64_t weightCount_ = 0;
     std::int64_t sourceSpan_ = 0;

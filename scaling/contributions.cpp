@@ -62,6 +62,16 @@ bool AddsExactly(const ContributionList& list) {
     return 256.0 * sum <= 0x1p29 * least;
 }
 
+bool HaveSameWeights(const ContributionList& list, const ContributionList& other) {
+    if (list.count != other.count || list.weightSum != other.weightSum) return false;
+    if (list.count == 0) return true;
+    const std::int32_t shift = other.entries[0].pixel - list.entries[0].pixel;
+    return std::equal(list.entries, list.entries + list.count, other.entries,
+                      [shift](const Contribution& left, const Contribution& right) {
+                          return left.weight == right.weight && left.pixel + shift == right.pixel;
+                      });
+}
+
 bool IsPowerOfTwo(double value) {
     int exponent = 0;
     return std::frexp(value, &exponent) == 0.5;

@@ -56,6 +56,24 @@ bool IsPowerOfTwo(double value);
 // so to the same sum in any order. They may have been rounded to single precision.
 bool AddsExactly(const ContributionList& list);
 
+// Whether two lists have the same weights at the same distances from each other.
+bool HaveSameWeights(const ContributionList& list, const ContributionList& other);
+
+// Ratios of small whole numbers give the same weights again after a few lists.
+inline constexpr std::size_t listsRemembered = 8;
+
+// The nearest of the last few lists before `index` that has the same weights and for whose index
+// `fits` holds; the index itself if there is none.
+template <typename Fits>
+std::size_t FindTwin(std::span<const ContributionList> lists, std::size_t index, Fits fits) {
+    const std::size_t farthest = std::min(listsRemembered, index);
+    for (std::size_t back = 1; back <= farthest; ++back) {
+        if (fits(index - back) && HaveSameWeights(lists[index - back], lists[index]))
+            return index - back;
+    }
+    return index;
+}
+
 // Odd denominators of weights are looked for up to here.
 inline constexpr int greatestOddDenominator = 9;
 
@@ -193,11 +211,8 @@ class ListFiller {
         list.weightSum = static_cast<float>(sum);
     }
 
-    // Ratios of small whole numbers repeat after a few lists.
-    static constexpr std::size_t memory = 8;
-
     double stretch_;
-    std::array<Filled, memory> remembered_{};
+    std::array<Filled, listsRemembered> remembered_{};
     std::size_t next_ = 0;
 };
 

@@ -176,7 +176,21 @@ void SetHighDigits(FixedList& fixed, const std::int16_t* high) {
     fixed.highCount = end - first;
 }
 
-void FillFixed(FixedList& fixed, const Digits& digits) {
+// The sum of half the weights of a list that is its own mirror image within `count` pixels from
+// `first` on; else 0. Like all sums of the list's products it is exact.
+double MirroredHalf(const ContributionList& list, std::int32_t first, std::int32_t count) {
+    double sum = 0.0;
+    for (std::int32_t index = 0; index < list.count / 2; ++index) {
+        const Contribution& entry = list.entries[index];
+        const Contribution& image = list.entries[list.count - 1 - index];
+        if (entry.weight != image.weight) return 0.0;
+        if (entry.pixel - first != first + count - 1 - image.pixel) return 0.0;
+        sum += entry.weight;
+    }
+    return list.count % 2 == 0 ? sum : 0.0;
+}
+
+void FillDigits(FixedList& fixed, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
     fixed.low = digits.low;
     fixed.fine = digits.fine;
@@ -206,6 +220,7 @@ void FillFixed(FixedList& fixed, const Digits& digits) {
         digits.fine[place] = static_cast<std::int16_t>(fineDigit);
     }
     SetHighDigits(fixed, digits.high);
+    if (fixed.addsExactly) fixed.mirroredHalf = MirroredHalf(exact, fixed.first, fixed.count);
     const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
     // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
@@ -230,6 +245,33 @@ struct PairSpan {
     }
 };
 
+// Makes the fixed-point list of a list, with digits from `digits` on; returns their end.
+std::int16_t* Fill(const ContributionList& list, std::int16_t* digits, FixedList& fixed) {
+    const PairSpan span(list);
+    const std::ptrdiff_t count = span.count;
+    fixed.exact = &list;
+    fixed.first = span.first;
+    fixed.count = span.count;
+    if (list.count > 0) fixed.end = list.entries[list.count - 1].pixel + 1;
+    FillDigits(fixed, {.low = digits, .fine = digits + count, .high = digits + 2 * count});
+    return digits + 3 * count;
+}
+
+// Makes a twin's fixed-point list that of a list: the digits are the same.
+void MoveTo(const ContributionList& list, FixedList& fixed) {
+    if (list.count > 0) {
+        const std::int32_t shift = list.entries[0].pixel - fixed.exact->entries[0].pixel;
+        fixed.first += shift;
+        fixed.end += shift;
+    }
+    fixed.exact = &list;
+}
+
+// Digits are kept by pairs of pixels: whether a list begins with the second of one.
+bool BeginsWithinPair(const ContributionList& list) {
+    return list.count > 0 && list.entries[0].pixel % 2 != 0;
+}
+
 }  // namespace
 
 bool FixedTable::Build(std::span<const ContributionList> exact) {
@@ -241,19 +283,19 @@ bool FixedTable::Build(std::span<const ContributionList> exact) {
     if (lists_ == nullptr || digits_ == nullptr) return false;
 
     std::int16_t* digits = digits_.get();
-    FixedList* fixed = lists_.get();
-    for (const ContributionList& list : exact) {
-        const PairSpan span(list);
-        fixed->exact = &list;
-        fixed->first = span.first;
-        fixed->count = span.count;
-        if (list.count > 0) fixed->end = list.entries[list.count - 1].pixel + 1;
-        end_ = std::max(end_, std::int64_t{fixed->end});
-        FillFixed(*fixed, {.low = digits,
-                           .fine = digits + span.count,
-                           .high = digits + 2 * std::ptrdiff_t{span.count}});
-        digits += 3 * std::ptrdiff_t{span.count};
-        ++fixed;
+    for (std::size_t index = 0; index < exact.size(); ++index) {
+        const ContributionList& list = exact[index];
+        FixedList& fixed = lists_[static_cast<std::ptrdiff_t>(index)];
+        const std::size_t twin = FindTwin(exact, index, [&](std::size_t other) {
+            return BeginsWithinPair(exact[other]) == BeginsWithinPair(list);
+        });
+        if (twin != index) {
+            fixed = lists_[static_cast<std::ptrdiff_t>(twin)];
+            MoveTo(list, fixed);
+        } else {
+            digits = Fill(list, digits, fixed);
+        }
+        end_ = std::max(end_, std::int64_t{fixed.end});
     }
     return true;
 }

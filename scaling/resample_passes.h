@@ -92,7 +92,8 @@ class ColumnPass {
 
     // The one row whose bytes row `y` of the picture has, if there is one.
     std::optional<std::int32_t> CopiedRow(std::int64_t y) const {
-        return CopiedPixel(lists_[static_cast<std::size_t>(y)]);
+        return useKernels_ ? bounded_.CopiedRow(y)
+                           : CopiedPixel(lists_[static_cast<std::size_t>(y)]);
     }
 
     const ChannelOrder& rowOrder() const { return rowOrder_; }

@@ -76,10 +76,13 @@ void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
                 bytes.data()[index] = static_cast<std::uint8_t>(127 + random() % 2);
             }
             return;
-        case Picture::Ramp:
-            // Rising slowly and evenly, so that symmetrical weights give exact halves.
+        case Picture::Ramp: {
+            // Rising slowly and evenly from anywhere, so that symmetrical weights give exact halves
+            // in one row and none in another.
+            const std::size_t shift = random() % 16;
             for (std::size_t index = 0; index < bytes.size(); ++index)
-                bytes.data()[index] = static_cast<std::uint8_t>(index / 16);
+                bytes.data()[index] = static_cast<std::uint8_t>((index / 4 + shift) / 4);
+        }
     }
 }
 
@@ -557,6 +560,38 @@ TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
     EXPECT_EQ(fixed.lists()[1].low[3], 0);
 }
 
+TEST(FixedLists, KnowTheSumOfHalfTheirWeightsIfTheOtherHalfMirrorsIt) {
+    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, 1.5F).mirroredHalf, 0.75);
+    EXPECT_EQ(FixedOf({{0.25F, 1}, {0.5F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.5F).mirroredHalf, 0.75)
+        << "with half a pair more on each side";
+    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.0F).mirroredHalf, 0.0) << "is odd";
+    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.75F, 3}}, 1.0F).mirroredHalf, 0.0) << "is not the same";
+    EXPECT_EQ(FixedOf({{0.5F, 2}, {0.5F, 4}}, 1.0F).mirroredHalf, 0.0)
+        << "is another pixel's mirror image";
+    EXPECT_EQ(FixedOf({{1.0F, 2}, {0x1p-21F, 3}, {0x1p-21F, 4}, {1.0F, 5}}, 2.0F).mirroredHalf, 0.0)
+        << "does not add up exactly";
+}
+
+// Weights that return are kept once, for lists that begin alike within a pair.
+TEST(FixedLists, ShareTheDigitsOfWeightsThatReturn) {
+    std::vector<Contribution> first = {{0.3F, 0}, {0.7F, 1}};
+    std::vector<Contribution> odd = {{0.3F, 3}, {0.7F, 4}};
+    std::vector<Contribution> even = {{0.3F, 6}, {0.7F, 7}};
+    std::vector<Contribution> wider = {{0.3F, 8}, {0.7F, 10}};
+    std::vector<Contribution> heavier = {{0.3F, 12}, {0.7F, 13}};
+    const std::array lists = {ListOf(first, 1.0F), ListOf(odd, 1.0F), ListOf(even, 1.0F),
+                              ListOf(wider, 1.0F), ListOf(heavier, 0.9F)};
+    FixedTable fixed;
+    ASSERT_TRUE(fixed.Build(lists));
+    const auto places = std::span(fixed.lists(), lists.size());
+    EXPECT_EQ(places[2].low, places[0].low);
+    for (const std::size_t other : {1, 3, 4})
+        EXPECT_NE(places[other].low, places[0].low) << other;
+    EXPECT_EQ(places[2].first, 6);
+    EXPECT_EQ(places[2].end, 8);
+    EXPECT_EQ(places[2].exact, &lists[2]);
+}
+
 TEST(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
     const FixedList list = FixedOf({{1.0F, 3}, {-1.0F, 8}}, 0.0F);
     EXPECT_EQ(list.count, 0);
@@ -735,6 +770,23 @@ TEST(BoundedLists, AreServedTogetherOnlyIfTheyNameTheSameRowsInTheSameWay) {
     EXPECT_TRUE(bounded.SharesRows(2));
     ASSERT_EQ(bounded.lists()[4].count, bounded.lists()[5].count);
     EXPECT_FALSE(bounded.SharesRows(4)) << "one is in whole numbers";
+}
+
+TEST(BoundedLists, ShareWeightsThatReturnAtTheSamePlaceAmongTheirRows) {
+    std::vector<Contribution> first = {{0.3F, 0}, {0.7F, 1}};
+    std::vector<Contribution> again = {{0.3F, 8}, {0.7F, 9}};
+    std::vector<Contribution> joined = {{0.3F, 17}, {0.7F, 18}};
+    std::vector<Contribution> other = {{0.41F, 16}, {0.59F, 17}};
+    const std::array lists = {ListOf(first, 1.0F), ListOf(again, 1.0F), ListOf(other, 1.0F),
+                              ListOf(joined, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    const auto places = std::span(bounded.lists(), lists.size());
+    EXPECT_EQ(places[1].weights, places[0].weights);
+    EXPECT_EQ(places[1].first, 8);
+    EXPECT_EQ(places[1].exact, &lists[1]);
+    ASSERT_TRUE(bounded.SharesRows(2));
+    EXPECT_NE(places[3].weights, places[0].weights) << "has a weight of 0 before its own";
 }
 
 TEST(BoundedLists, FillGapsWithZeros) {
