@@ -1,4 +1,4 @@
-// The scalar definition of the row of fast scaling.
+// The scalar definition of the rows of fast scaling.
 //
 // Exactness: a channel is trunc((0.5 + boxHeight * rowSum) / (boxWidth * boxHeight)) in double. The
 // row counts boxHeight times, and adding whole numbers to 0.5 is exact as long as they stay below
@@ -30,9 +30,7 @@ RowSums SumPixels(const std::uint8_t* pixel, const ChannelOrder& order, std::int
     return sums;
 }
 
-}  // namespace
-
-void AverageRow(const RowAveraging& job) {
+void AverageRow(const RowAveraging& job, const std::uint8_t* source, std::uint8_t* destination) {
     const auto count = static_cast<double>(job.boxWidth * job.boxHeight);
     const auto mean = [&](std::int64_t rowSum) -> std::uint32_t {
         const double sum = static_cast<double>(job.boxHeight) * static_cast<double>(rowSum);
@@ -44,11 +42,18 @@ void AverageRow(const RowAveraging& job) {
         std::uint32_t pixel = OpaquePixel(job.order, 0, 0, 0);
         if (!isEmpty) {
             const std::int64_t offset = std::int64_t{job.starts[x]} * bytesPerPixelWord;
-            const RowSums sums = SumPixels(job.source + offset, job.sourceOrder, job.boxWidth);
+            const RowSums sums = SumPixels(source + offset, job.sourceOrder, job.boxWidth);
             pixel = OpaquePixel(job.order, mean(sums.red), mean(sums.green), mean(sums.blue));
         }
-        std::memcpy(job.destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+        std::memcpy(destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
     }
+}
+
+}  // namespace
+
+void AverageRows(const RowAveraging& job) {
+    for (int row = 0; row < job.rowCount; ++row)
+        AverageRow(job, job.sources[row], job.destinations[row]);
 }
 
 }  // namespace zvk::kernels

@@ -1,4 +1,4 @@
-// Blocks of neighbouring pixels averaged into opaque ones: the row of fast scaling as it is
+// Blocks of neighbouring pixels averaged into opaque ones: the rows of fast scaling as they are
 // defined, and rows of the resampler whose weights are all the same.
 #pragma once
 
@@ -8,11 +8,18 @@
 
 namespace zvk::kernels {
 
-// A job of averaging one source row into one row of opaque pixels.
+// At most this many rows are averaged side by side.
+inline constexpr int rowsAveraged = 8;
+
+// A job of averaging source rows into a row of opaque pixels each. The rows of the result share no
+// memory with those of the source, or there is one of each; where they share it with each other,
+// the last one's pixels stay.
 struct RowAveraging {
-    const std::uint8_t* source;
-    // A row with as many pixels that is read next, if there is one: it is requested and not read.
-    const std::uint8_t* ahead;
+    const std::uint8_t* sources[rowsAveraged];
+    // Rows with as many pixels that are read next, if there are any: they are requested and not
+    // read.
+    const std::uint8_t* ahead[rowsAveraged];
+    int rowCount;  // 1 to `rowsAveraged`
     ChannelOrder sourceOrder;
     std::int64_t sourceWidth;  // in pixels; 0 gives black
     // The first source pixel of each block, none before that of the block left of it.
@@ -22,10 +29,11 @@ struct RowAveraging {
     bool rounded;            // whether means are rounded half up instead of truncated
     ChannelOrder order;
     std::int64_t width;  // in pixels
-    std::uint8_t* destination;
+    std::uint8_t* destinations[rowsAveraged];
 };
 
-// Every channel of a destination pixel is the mean of its block.
-void AverageRow(const RowAveraging& job);
+// Every channel of a destination pixel is the mean of its block. Rows are averaged one after the
+// other, from left to right.
+void AverageRows(const RowAveraging& job);
 
 }  // namespace zvk::kernels

@@ -1,4 +1,4 @@
-// The vector body of the row of fast scaling, compiled once per instruction set.
+// The vector body of the rows of fast scaling, compiled once per instruction set.
 //
 // Exactness: with S the sum of w values, the definition truncates (0.5 + h S) / (w h), which lies
 // between S / w and S / w + 1 / 2w and so truncates to S div w; h drops out. Here (S + 0.5) / w is
@@ -32,11 +32,8 @@ class RowAverager {
           wholeVectors_(job.boxWidth / pixelsPerVector) {}
 
     void Run() const {
-        if (job_.width < pixelsPerVector) {
-            AverageRow(job_);
-            return;
-        }
-        AheadFetcher ahead(job_.ahead, job_.starts[0]);
+        if (job_.width < pixelsPerVector) return AverageRows(job_);
+        AheadFetcher ahead(job_.ahead, job_.rowCount, job_.starts[0]);
         std::int64_t x = 0;
         for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector) {
             ahead.FetchUpTo(job_.starts[x] + job_.boxWidth);
@@ -56,18 +53,22 @@ class RowAverager {
     }
 
     void WritePixels(std::int64_t x) const {
-        const __m128i pixels =
-            Simd::ToBytes({MeanAt(x), MeanAt(x + 1), MeanAt(x + 2), MeanAt(x + 3)});
-        Simd::StoreAll(job_.destination + x * bytesPerPixelWord, arrange_(pixels));
+        for (int row = 0; row < job_.rowCount; ++row) {
+            const auto meanAt = [&](std::int64_t box) {
+                return MeanOf(SumBlock(job_.sources[row], job_.starts[x + box]));
+            };
+            const __m128i pixels = Simd::ToBytes({meanAt(0), meanAt(1), meanAt(2), meanAt(3)});
+            Simd::StoreAll(job_.destinations[row] + x * bytesPerPixelWord, arrange_(pixels));
+        }
     }
 
-    __m128 MeanAt(std::int64_t x) const {
-        const __m128 sum = _mm_cvtepi32_ps(SumBlock(job_.starts[x]));
-        return _mm_mul_ps(_mm_add_ps(sum, _mm_set1_ps(addend_)), _mm_set1_ps(inverse_));
+    __m128 MeanOf(__m128i sum) const {
+        return _mm_mul_ps(_mm_add_ps(_mm_cvtepi32_ps(sum), _mm_set1_ps(addend_)),
+                          _mm_set1_ps(inverse_));
     }
 
-    __m128i SumBlock(std::int64_t start) const {
-        const std::uint8_t* pixels = job_.source + start * bytesPerPixelWord;
+    __m128i SumBlock(const std::uint8_t* source, std::int64_t start) const {
+        const std::uint8_t* pixels = source + start * bytesPerPixelWord;
         __m128i sum = _mm_setzero_si128();
         for (std::int64_t vector = 0; vector < wholeVectors_; ++vector) {
             sum = _mm_add_epi32(sum, Simd::SumPixels(Simd::LoadAll(pixels)));
@@ -94,26 +95,49 @@ class RowAverager {
     std::int64_t wholeVectors_;
 };
 
+// What is left of a job from the box at `x` on.
+inline RowAveraging BoxesFrom(const RowAveraging& job, std::int64_t x) {
+    RowAveraging rest = job;
+    rest.starts += x;
+    rest.width -= x;
+    for (int row = 0; row < job.rowCount; ++row)
+        rest.destinations[row] += x * bytesPerPixelWord;
+    return rest;
+}
+
 // Takes boxes of one pixel.
 template <typename Simd>
-void PickPixels(const RowAveraging& job) {
-    const typename Simd::Arrangement arrange(job.sourceOrder, job.order);
-    const auto pixelAt = [&job](std::int64_t x) {
-        int pixel = 0;
-        __builtin_memcpy(&pixel, job.source + job.starts[x] * bytesPerPixelWord, sizeof pixel);
-        return pixel;
-    };
-    std::int64_t x = 0;
-    for (; x + 4 <= job.width; x += 4) {
-        const __m128i pixels =
-            _mm_setr_epi32(pixelAt(x), pixelAt(x + 1), pixelAt(x + 2), pixelAt(x + 3));
-        Simd::StoreAll(job.destination + x * bytesPerPixelWord, arrange(pixels));
+class PixelPicker {
+  public:
+    explicit PixelPicker(const RowAveraging& job) : arrange_(job.sourceOrder, job.order) {}
+
+    void Run(const RowAveraging& job) const {
+        for (int row = 0; row < job.rowCount; ++row)
+            PickPixels(job, job.sources[row], job.destinations[row]);
     }
-    for (; x < job.width; ++x) {
-        const int pixel = _mm_cvtsi128_si32(arrange(_mm_cvtsi32_si128(pixelAt(x))));
-        __builtin_memcpy(job.destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+
+  private:
+    void PickPixels(const RowAveraging& job, const std::uint8_t* source,
+                    std::uint8_t* destination) const {
+        const auto pixelAt = [&](std::int64_t x) {
+            int pixel = 0;
+            __builtin_memcpy(&pixel, source + job.starts[x] * bytesPerPixelWord, sizeof pixel);
+            return pixel;
+        };
+        std::int64_t x = 0;
+        for (; x + 4 <= job.width; x += 4) {
+            const __m128i pixels =
+                _mm_setr_epi32(pixelAt(x), pixelAt(x + 1), pixelAt(x + 2), pixelAt(x + 3));
+            Simd::StoreAll(destination + x * bytesPerPixelWord, arrange_(pixels));
+        }
+        for (; x < job.width; ++x) {
+            const int pixel = _mm_cvtsi128_si32(arrange_(_mm_cvtsi32_si128(pixelAt(x))));
+            __builtin_memcpy(destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+        }
     }
-}
+
+    typename Simd::Arrangement arrange_;
+};
 
 // Averages boxes of two to four pixels.
 template <typename Simd>
@@ -135,22 +159,21 @@ class ShortBoxAverager {
     void Run(const RowAveraging& job) const {
         if (job.width == 0) return;
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead, starts[0]);
+        AheadFetcher ahead(job.ahead, job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
         for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
             if (starts[x + 3] + longest > job.sourceWidth) break;
             ahead.FetchUpTo(starts[x + 3]);
-            const __m128i first = Means(job.source, starts[x], starts[x + 1]);
-            const __m128i second = Means(job.source, starts[x + 2], starts[x + 3]);
-            Simd::StoreAll(job.destination + x * bytesPerPixelWord,
-                           arrange_(_mm_packus_epi16(first, second)));
+            for (int row = 0; row < job.rowCount; ++row) {
+                const std::uint8_t* const source = job.sources[row];
+                const __m128i first = Means(source, starts[x], starts[x + 1]);
+                const __m128i second = Means(source, starts[x + 2], starts[x + 3]);
+                Simd::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
+                               arrange_(_mm_packus_epi16(first, second)));
+            }
         }
-        RowAveraging rest = job;
-        rest.starts += x;
-        rest.width -= x;
-        rest.destination += x * bytesPerPixelWord;
-        AverageRow(rest);
+        if (x < job.width) AverageRows(BoxesFrom(job, x));
     }
 
   private:
@@ -173,13 +196,13 @@ class ShortBoxAverager {
     __m128i shift_;
 };
 
-// `ShortBoxes` averages boxes of two to four pixels.
-template <typename Simd, typename ShortBoxes>
-void AverageRowInVectors(const RowAveraging& job) {
+// `Pixels` takes boxes of one pixel, `ShortBoxes` averages those of two to four.
+template <typename Simd, typename Pixels, typename ShortBoxes>
+void AverageRowsInVectors(const RowAveraging& job) {
     if (job.sourceWidth < 1 || job.boxHeight < 1 || job.boxWidth > widestExactBox) {
-        AverageRow(job);
+        AverageRows(job);
     } else if (job.boxWidth == 1) {
-        PickPixels<Simd>(job);
+        Pixels(job).Run(job);
     } else if (job.boxWidth <= ShortBoxes::longest) {
         ShortBoxes(job).Run(job);
     } else {

@@ -75,8 +75,8 @@ struct KernelTable {
     void (*blendRows)(const ColumnBlending& job);
     // Makes numbers of `count` bytes.
     void (*widenRow)(const std::uint8_t* bytes, std::int64_t count, float* numbers);
-    // Averages blocks of a row.
-    void (*averageRow)(const RowAveraging& job);
+    // Averages blocks of rows.
+    void (*averageRows)(const RowAveraging& job);
     // The two steps of smooth enlargement.
     void (*interpolateRows)(const RowInterpolation& job);
     void (*interpolateColumns)(const ColumnInterpolation& job);

@@ -18,8 +18,8 @@ namespace {
 
 // What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Lanes`
 // numbers of eight rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of
-// 16 bits, `Doubles` products in double precision, and `ShortBoxes` averages boxes of two to four
-// pixels.
+// 16 bits, `Doubles` products in double precision, `Pixels` takes boxes of one pixel, and
+// `ShortBoxes` averages those of two to four.
 template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
     using Simd = typename Level::Simd;
@@ -42,7 +42,8 @@ consteval KernelTable TableOf(InstructionSet level) {
             .resampleRows = ResampleRows<typename Level::Lanes, FourDoubles>,
             .blendRows = BlendRows<Simd, Narrow, FourDoubles>,
             .widenRow = WidenRow<Simd>,
-            .averageRow = AverageRowInVectors<Narrow, typename Level::ShortBoxes>,
+            .averageRows =
+                AverageRowsInVectors<Narrow, typename Level::Pixels, typename Level::ShortBoxes>,
             .interpolateRows = interpolateRows,
             .interpolateColumns = interpolateColumns,
             .addToColumnSums = AddRowToColumnSums,

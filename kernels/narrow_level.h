@@ -18,6 +18,7 @@ struct NarrowLevel {
     using FourDoubles = FourDoublesSse2;
     using Words = WordPair<Vectors>;
     using Doubles = DoublePairs;
+    using Pixels = PixelPicker<Vectors>;
     using ShortBoxes = ShortBoxAverager<Vectors>;
 };
 

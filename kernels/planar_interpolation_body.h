@@ -66,6 +66,8 @@ class PlaneWriter {
 template <typename Simd>
 class PlaneReader {
   public:
+    // The job is copied: through a reference, each of its fields would be read again after every
+    // byte that is stored.
     explicit PlaneReader(const ColumnInterpolation& job) : job_(job) {}
 
     void Run() const {
@@ -88,21 +90,14 @@ class PlaneReader {
 
     void WritePixels(std::int64_t x) const {
         const std::int32_t* const indices = job_.indices + x;
-        // Enlarged, neighbours are seldom farther apart than a vector reaches.
-        const std::int32_t base = indices[0];
-        const bool isNear = indices[Simd::floatCount - 1] + 1 - base < Simd::floatCount;
-        const auto places = Simd::Subtract(Simd::LoadIndices(indices), base);
-        const auto nextPlaces = Simd::Subtract(Simd::LoadIndices(indices), base - 1);
+        const typename Simd::NeighbourPicker picker(indices);
         const Floats nearWeights = Simd::Load(job_.nearWeights + x);
         const Floats farWeights = Simd::Load(job_.farWeights + x);
         Floats channels[bytesPerPixelWord];
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
-            const float* const numbers = Plane(byte) + base;
-            const Floats window = Simd::Load(numbers);
-            const Floats nearNumbers =
-                isNear ? Simd::Permute(window, places) : Simd::Gather(numbers, places);
-            const Floats farNumbers =
-                isNear ? Simd::Permute(window, nextPlaces) : Simd::Gather(numbers, nextPlaces);
+            Floats nearNumbers;
+            Floats farNumbers;
+            picker.Pick(Plane(byte), nearNumbers, farNumbers);
             const Floats nearPart = Simd::Multiply(nearNumbers, nearWeights);
             const Floats farPart = Simd::Multiply(farNumbers, farWeights);
             channels[byte] = Simd::Add(Simd::Add(Simd::Broadcast(0.5F), nearPart), farPart);
@@ -132,7 +127,7 @@ class PlaneReader {
                             .destination = job_.destination + x * bytesPerPixelWord});
     }
 
-    const ColumnInterpolation& job_;
+    const ColumnInterpolation job_;
 };
 
 template <typename Simd>

@@ -15,22 +15,26 @@ inline void Prefetch(const std::uint8_t* bytes) {
     __builtin_prefetch(bytes);
 }
 
-// Requests a row little by little, as the work on the one before it goes along.
+// Requests rows little by little, as the work on those before them goes along.
 class AheadFetcher {
   public:
     // Nothing before pixel `first` is requested.
-    AheadFetcher(const std::uint8_t* row, std::int64_t first) : row_(row), fetched_(first) {}
+    AheadFetcher(const std::uint8_t* const* rows, int rowCount, std::int64_t first)
+        : rows_(rows), rowCount_(rowCount), fetched_(first) {}
 
     // Requests what has not been of the pixels up to before `end`.
     void FetchUpTo(std::int64_t end) {
-        for (; fetched_ < end; fetched_ += pixelsPerLine)
-            Prefetch(row_ + fetched_ * bytesPerPixelWord);
+        for (; fetched_ < end; fetched_ += pixelsPerLine) {
+            for (int row = 0; row < rowCount_; ++row)
+                Prefetch(rows_[row] + fetched_ * bytesPerPixelWord);
+        }
     }
 
   private:
     static constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
 
-    const std::uint8_t* row_;
+    const std::uint8_t* const* rows_;
+    int rowCount_;
     std::int64_t fetched_;
 };
 

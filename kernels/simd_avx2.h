@@ -37,20 +37,35 @@ struct Avx2 {
         return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(packed));
     }
 
-    // Numbers moved within a vector, or fetched, by indices.
-    using Indices = __m256i;
-    static Indices LoadIndices(const std::int32_t* indices) {
-        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(indices));
-    }
-    static Indices Subtract(Indices indices, std::int32_t number) {
-        return _mm256_sub_epi32(indices, _mm256_set1_epi32(number));
-    }
-    static Floats Permute(Floats values, Indices indices) {
-        return _mm256_permutevar8x32_ps(values, indices);
-    }
-    static Floats Gather(const float* values, Indices indices) {
-        return _mm256_i32gather_ps(values, indices, 4);
-    }
+    // Picks numbers and those behind them by ascending indices; enlarged, neighbours are seldom
+    // farther apart than a vector reaches.
+    class NeighbourPicker {
+      public:
+        explicit NeighbourPicker(const std::int32_t* indices)
+            : indices_(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(indices))),
+              first_(indices[0]),
+              fits_(indices[floatCount - 1] + 1 - first_ < floatCount),
+              places_(_mm256_sub_epi32(indices_, _mm256_set1_epi32(first_))),
+              nextPlaces_(_mm256_add_epi32(places_, _mm256_set1_epi32(1))) {}
+
+        void Pick(const float* values, Floats& own, Floats& next) const {
+            if (fits_) {
+                const Floats all = Load(values + first_);
+                own = _mm256_permutevar8x32_ps(all, places_);
+                next = _mm256_permutevar8x32_ps(all, nextPlaces_);
+            } else {
+                own = _mm256_i32gather_ps(values, indices_, sizeof(float));
+                next = _mm256_i32gather_ps(values + 1, indices_, sizeof(float));
+            }
+        }
+
+      private:
+        __m256i indices_;
+        std::int32_t first_;
+        bool fits_;
+        __m256i places_;
+        __m256i nextPlaces_;
+    };
 
     // The bytes at one place of all pixels.
     static Floats Channel(Bytes pixels, int byte) {

@@ -34,18 +34,35 @@ struct Avx512 {
         return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(Sse2::LoadAll(bytes)));
     }
 
-    // Numbers moved within a vector, or fetched, by indices.
-    using Indices = __m512i;
-    static Indices LoadIndices(const std::int32_t* indices) { return _mm512_loadu_si512(indices); }
-    static Indices Subtract(Indices indices, std::int32_t number) {
-        return _mm512_sub_epi32(indices, _mm512_set1_epi32(number));
-    }
-    static Floats Permute(Floats values, Indices indices) {
-        return _mm512_permutexvar_ps(indices, values);
-    }
-    static Floats Gather(const float* values, Indices indices) {
-        return _mm512_i32gather_ps(indices, values, 4);
-    }
+    // Picks numbers and those behind them by ascending indices; enlarged, neighbours are seldom
+    // farther apart than a vector reaches.
+    class NeighbourPicker {
+      public:
+        explicit NeighbourPicker(const std::int32_t* indices)
+            : indices_(_mm512_loadu_si512(indices)),
+              first_(indices[0]),
+              fits_(indices[floatCount - 1] + 1 - first_ < floatCount),
+              places_(_mm512_sub_epi32(indices_, _mm512_set1_epi32(first_))),
+              nextPlaces_(_mm512_add_epi32(places_, _mm512_set1_epi32(1))) {}
+
+        void Pick(const float* values, Floats& own, Floats& next) const {
+            if (fits_) {
+                const Floats all = Load(values + first_);
+                own = _mm512_permutexvar_ps(places_, all);
+                next = _mm512_permutexvar_ps(nextPlaces_, all);
+            } else {
+                own = _mm512_i32gather_ps(indices_, values, sizeof(float));
+                next = _mm512_i32gather_ps(indices_, values + 1, sizeof(float));
+            }
+        }
+
+      private:
+        __m512i indices_;
+        std::int32_t first_;
+        bool fits_;
+        __m512i places_;
+        __m512i nextPlaces_;
+    };
 
     // The bytes at one place of all pixels.
     static Floats Channel(Bytes pixels, int byte) {

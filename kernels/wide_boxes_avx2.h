@@ -1,4 +1,5 @@
-// Averages of boxes of two to four pixels in thirty-two-byte vectors, eight boxes at a time.
+// Boxes of one pixel and averages of boxes of two to four in thirty-two-byte vectors, eight boxes
+// at a time.
 //
 // Exactness: as with fewer at a time.
 #pragma once
@@ -12,6 +13,38 @@
 
 namespace zvk::kernels {
 namespace {
+
+class WidePixelPicker {
+  public:
+    explicit WidePixelPicker(const RowAveraging& job)
+        : fewer_(job), arrange_(job.sourceOrder, job.order) {}
+
+    void Run(const RowAveraging& job) const {
+        const std::int32_t* const starts = job.starts;
+        std::int64_t x = 0;
+        // Where a row is enlarged, eight of its pixels hold more than eight of the result.
+        for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
+            const std::int32_t base = starts[x];
+            if (base + pixelsAtOnce > job.sourceWidth) break;
+            if (starts[x + pixelsAtOnce - 1] - base >= pixelsAtOnce) break;
+            const __m256i places =
+                _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts + x)),
+                                 _mm256_set1_epi32(base));
+            for (int row = 0; row < job.rowCount; ++row) {
+                const __m256i pixels = Avx2::LoadAll(job.sources[row] + base * bytesPerPixelWord);
+                Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
+                               arrange_(_mm256_permutevar8x32_epi32(pixels, places)));
+            }
+        }
+        fewer_.Run(BoxesFrom(job, x));
+    }
+
+  private:
+    static constexpr std::int64_t pixelsAtOnce = 8;
+
+    PixelPicker<Sse41> fewer_;
+    Avx2::Arrangement arrange_;
+};
 
 class WideBoxAverager {
   public:
@@ -30,24 +63,24 @@ class WideBoxAverager {
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead, starts[0]);
+        AheadFetcher ahead(job.ahead, job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
         for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {
             if (starts[x + boxesAtOnce - 1] + longest > job.sourceWidth) break;
             ahead.FetchUpTo(starts[x + boxesAtOnce - 1]);
-            Avx2::StoreAll(job.destination + x * bytesPerPixelWord,
-                           arrange_(Means(job, starts + x)));
+            const std::int32_t step = StepOf(starts + x);
+            for (int row = 0; row < job.rowCount; ++row) {
+                Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
+                               arrange_(Means(job, job.sources[row], starts + x, step)));
+            }
         }
-        RowAveraging rest = job;
-        rest.starts += x;
-        rest.width -= x;
-        rest.destination += x * bytesPerPixelWord;
-        fewer_.Run(rest);
+        if (x < job.width) fewer_.Run(BoxesFrom(job, x));
     }
 
   private:
     static constexpr std::int64_t boxesAtOnce = 8;
+    static constexpr std::int32_t uneven = -1;
 
     // 1 for the pixels of a box and 0 for those behind it, channel after channel.
     static __m256i InsideOf(std::int64_t boxWidth) {
@@ -55,22 +88,26 @@ class WideBoxAverager {
         return _mm256_set1_epi32(static_cast<int>(0x01010101U >> (8U * (4U - pixels))));
     }
 
-    // The eight boxes' pixels.
-    __m256i Means(const RowAveraging& job, const std::int32_t* starts) const {
-        const std::int32_t step = starts[1] - starts[0];
-        if (!AreEvenlySpaced(starts, step)) {
-            const auto placeOf = [&](int box) {
-                return job.source + starts[box] * bytesPerPixelWord;
-            };
+    // The eight boxes' pixels of a row.
+    __m256i Means(const RowAveraging& job, const std::uint8_t* source, const std::int32_t* starts,
+                  std::int32_t step) const {
+        if (step == uneven) {
+            const auto placeOf = [&](int box) { return source + starts[box] * bytesPerPixelWord; };
             return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
         }
-        const std::uint8_t* const first = job.source + starts[0] * bytesPerPixelWord;
-        if (step == 2 && job.boxWidth <= 3) {
+        const std::uint8_t* const first = source + starts[0] * bytesPerPixelWord;
+        if (step == 4) return InWords(SumByFours(first), SumByFours(first + 2 * Avx2::byteCount));
+        if (step == 2 && job.boxWidth <= 3)
             return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
-        }
         const std::int64_t size = step * bytesPerPixelWord;
         const auto placeOf = [=](int box) { return first + box * size; };
         return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+    }
+
+    // How far apart the boxes begin, if they all do so alike.
+    static std::int32_t StepOf(const std::int32_t* starts) {
+        const std::int32_t step = starts[1] - starts[0];
+        return AreEvenlySpaced(starts, step) ? step : uneven;
     }
 
     static bool AreEvenlySpaced(const std::int32_t* starts, std::int32_t step) {
@@ -94,6 +131,14 @@ class WideBoxAverager {
                                 SumTwos(Avx2::LoadAll(pixels + 2 * bytesPerPixelWord), third_));
     }
 
+    // The same for boxes of up to four pixels that begin four pixels apart; it reads sixteen
+    // pixels.
+    __m256i SumByFours(const std::uint8_t* pixels) const {
+        const __m256i byTurns = _mm256_hadd_epi16(
+            SumPairs(Avx2::LoadAll(pixels)), SumPairs(Avx2::LoadAll(pixels + Avx2::byteCount)));
+        return _mm256_permute4x64_epi64(byTurns, _MM_SHUFFLE(3, 1, 2, 0));
+    }
+
     // For each channel, the weighted sums of two pixels.
     static __m256i SumTwos(__m256i pixels, __m256i weights) {
         const __m256i byChannel = _mm256_broadcastsi128_si256(
@@ -108,9 +153,12 @@ class WideBoxAverager {
                                  SumPairs(placeOf(box + 1), placeOf(box + 3)));
     }
 
-    // For each channel of two boxes, the sums of their first and of their last two pixels.
     __m256i SumPairs(const std::uint8_t* first, const std::uint8_t* second) const {
-        const __m256i pixels = _mm256_set_m128i(Sse2::LoadAll(second), Sse2::LoadAll(first));
+        return SumPairs(_mm256_set_m128i(Sse2::LoadAll(second), Sse2::LoadAll(first)));
+    }
+
+    // For each channel of two boxes, the sums of their first and of their last two pixels.
+    __m256i SumPairs(__m256i pixels) const {
         const __m256i byChannel = _mm256_broadcastsi128_si256(
             _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
         return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, byChannel), inside_);

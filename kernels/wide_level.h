@@ -17,6 +17,7 @@ struct WideLevel {
     using FourDoubles = FourDoublesAvx2;
     using Words = WideWords;
     using Doubles = DoubleQuads;
+    using Pixels = WidePixelPicker;
     using ShortBoxes = WideBoxAverager;
 };
 

@@ -75,8 +75,9 @@ const std::uint8_t* RowPass::RowAhead(std::int64_t y) const {
 
 void RowPass::AverageRows(std::int64_t first, std::int64_t last,
                           const kernels::PixelRows& rows) const {
-    kernels::RowAveraging job{.source = nullptr,
-                              .ahead = nullptr,
+    kernels::RowAveraging job{.sources = {},
+                              .ahead = {},
+                              .rowCount = 0,
                               .sourceOrder = *order_,
                               .sourceWidth = reader_.width,
                               .starts = boxStarts_.get(),
@@ -85,12 +86,15 @@ void RowPass::AverageRows(std::int64_t first, std::int64_t last,
                               .rounded = true,
                               .order = *order_,
                               .width = std::ssize(lists_),
-                              .destination = nullptr};
-    for (std::int64_t y = first; y < last; ++y) {
-        job.source = reader_.RowAddress(y);
-        job.ahead = RowAhead(y + 1);
-        job.destination = rows.Row(y);
-        kernels::SelectedKernels().averageRow(job);
+                              .destinations = {}};
+    for (std::int64_t y = first; y < last; y += job.rowCount) {
+        job.rowCount = static_cast<int>(std::min<std::int64_t>(last - y, kernels::rowsAveraged));
+        for (int row = 0; row < job.rowCount; ++row) {
+            job.sources[row] = reader_.RowAddress(y + row);
+            job.ahead[row] = RowAhead(y + job.rowCount + row);
+            job.destinations[row] = rows.Row(y + row);
+        }
+        kernels::SelectedKernels().averageRows(job);
     }
 }
 

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -44,14 +46,9 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, std::int64_t width, 
 void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<std::int32_t>& starts,
                                      std::int64_t sourceWidth, Guard guard) {
     const std::int64_t width = std::ssize(starts);
-    GuardedBytes source(4 * sourceWidth, guard);
-    if (random() % 2) {
-        source.FillRandomly(random);
-    } else {
-        source.FillWith(255);
-    }
-    RowAveraging job{.source = source.data(),
-                     .ahead = source.data(),
+    RowAveraging job{.sources = {},
+                     .ahead = {},
+                     .rowCount = static_cast<int>(1 + random() % rowsAveraged),
                      .sourceOrder = testing::orders[random() % 3],
                      .sourceWidth = sourceWidth,
                      .starts = starts.data(),
@@ -60,15 +57,33 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<st
                      .rounded = random() % 2 == 0,
                      .order = testing::orders[random() % 3],
                      .width = width,
-                     .destination = nullptr};
-    GuardedBytes found(4 * width, guard);
-    job.destination = found.data();
-    kernels().averageRow(job);
-    std::vector<std::uint8_t> expected(found.size());
-    job.destination = expected.data();
-    AverageRow(job);
-    ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected)
-        << "box " << boxWidth << " width " << width;
+                     .destinations = {}};
+    std::array<std::unique_ptr<GuardedBytes>, rowsAveraged> sources;
+    std::array<std::unique_ptr<GuardedBytes>, rowsAveraged> found;
+    for (int row = 0; row < job.rowCount; ++row) {
+        sources[row] = std::make_unique<GuardedBytes>(4 * sourceWidth, guard);
+        found[row] = std::make_unique<GuardedBytes>(4 * width, guard);
+        if (random() % 2) {
+            sources[row]->FillRandomly(random);
+        } else {
+            sources[row]->FillWith(255);
+        }
+        job.sources[row] = sources[row]->data();
+        job.ahead[row] = sources[row]->data();
+        job.destinations[row] = found[row]->data();
+    }
+    kernels().averageRows(job);
+    std::vector<std::uint8_t> expected(found[0]->size());
+    for (int row = 0; row < job.rowCount; ++row) {
+        RowAveraging single = job;
+        single.rowCount = 1;
+        single.sources[0] = job.sources[row];
+        single.destinations[0] = expected.data();
+        AverageRows(single);
+        const std::uint8_t* const bytes = found[row]->data();
+        ASSERT_EQ(std::vector<std::uint8_t>(bytes, bytes + found[row]->size()), expected)
+            << "box " << boxWidth << " width " << width << " row " << row;
+    }
 }
 
 TEST_P(ScalingRowKernels, AverageEveryWidthOfRowAndBoxAndTouchNothingElse) {
@@ -88,18 +103,31 @@ std::vector<std::uint8_t> ScalingRowKernels::AveragedAtTheStart(
     constexpr std::size_t boxCount = 4;
     const std::vector<std::int32_t> starts(boxCount, 0);
     std::vector<std::uint8_t> found(4 * boxCount);
-    kernels().averageRow({.source = source.data(),
-                          .ahead = source.data(),
-                          .sourceOrder = layouts::colourFirst,
-                          .sourceWidth = static_cast<std::int64_t>(source.size() / 4),
-                          .starts = starts.data(),
-                          .boxWidth = boxWidth,
-                          .boxHeight = 1,
-                          .rounded = rounded,
-                          .order = layouts::colourFirst,
-                          .width = boxCount,
-                          .destination = found.data()});
+    kernels().averageRows({.sources = {source.data()},
+                           .ahead = {source.data()},
+                           .rowCount = 1,
+                           .sourceOrder = layouts::colourFirst,
+                           .sourceWidth = static_cast<std::int64_t>(source.size() / 4),
+                           .starts = starts.data(),
+                           .boxWidth = boxWidth,
+                           .boxHeight = 1,
+                           .rounded = rounded,
+                           .order = layouts::colourFirst,
+                           .width = boxCount,
+                           .destinations = {found.data()}});
     return found;
+}
+
+// Single pixels as enlarging takes them, with the last ones at the end of the row.
+TEST_P(ScalingRowKernels, RepeatThePixelsOfEnlargedRows) {
+    for (std::int64_t width = 1; width <= 70; ++width) {
+        for (const std::int64_t sourceWidth : {1, 2, 5, 7, 8, 9, 16, 23, 40, 65}) {
+            std::vector<std::int32_t> starts;
+            for (std::int64_t x = 0; x < width; ++x)
+                starts.push_back(static_cast<std::int32_t>(x * sourceWidth / width));
+            CheckAverage(1, starts, sourceWidth, width % 2 ? Guard::Behind : Guard::Before);
+        }
+    }
 }
 
 TEST_P(ScalingRowKernels, AverageBoxesSideBySideAndNearlySo) {

@@ -17,7 +17,7 @@ std::vector<const void*> SlotsOf(const KernelTable& table) {
     return {reinterpret_cast<const void*>(table.resampleRows),
             reinterpret_cast<const void*>(table.blendRows),
             reinterpret_cast<const void*>(table.widenRow),
-            reinterpret_cast<const void*>(table.averageRow),
+            reinterpret_cast<const void*>(table.averageRows),
             reinterpret_cast<const void*>(table.interpolateRows),
             reinterpret_cast<const void*>(table.interpolateColumns),
             reinterpret_cast<const void*>(table.addToColumnSums),

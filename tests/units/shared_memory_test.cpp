@@ -156,6 +156,14 @@ class SharedMemory : public ::testing::Test {
         EXPECT_EQ(withInterval(0), withInterval(never));
     }
 
+    void ExpectAveragedInOrder() {
+        host.Offer("REALGetPropValueInteger", ReadSize);
+        const auto withInterval = [](REALinteger interval) {
+            return After(30, 20, [&] { return VandrelZVK(&source, 21, 12, 0, interval); });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never));
+    }
+
     static constexpr REALinteger never = std::numeric_limits<REALinteger>::max();
 
     FakeHost host;
@@ -201,6 +209,7 @@ TEST_F(SharedMemory, OfRowsIsWrittenInTheDefinitionsOrder) {
     ExpectScaledInOrder();
     ExpectBlurredInOrder();
     ExpectEnlargedInOrder();
+    ExpectAveragedInOrder();
 }
 
 TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
@@ -208,6 +217,7 @@ TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
     ExpectScaledInOrder();
     ExpectBlurredInOrder();
     ExpectEnlargedInOrder();
+    ExpectAveragedInOrder();
 }
 
 TEST_F(SharedMemory, IsAveragedPixelByPixel) {
@@ -222,17 +232,19 @@ TEST_F(SharedMemory, IsAveragedPixelByPixel) {
             starts.push_back(static_cast<std::int32_t>(x * (30.0 / 29.0)));
         for (std::size_t y = 0; y < 2; ++y) {
             const auto row = static_cast<std::size_t>(static_cast<double>(y) * 1.5);
-            kernels::AverageRow({.source = reinterpret_cast<std::uint8_t*>(source.rows[row]),
-                                 .ahead = nullptr,
-                                 .sourceOrder = layouts::console,
-                                 .sourceWidth = 30,
-                                 .starts = starts.data(),
-                                 .boxWidth = 2,
-                                 .boxHeight = 2,
-                                 .rounded = false,
-                                 .order = layouts::console,
-                                 .width = 29,
-                                 .destination = reinterpret_cast<std::uint8_t*>(created.rows[y])});
+            kernels::AverageRows(
+                {.sources = {reinterpret_cast<std::uint8_t*>(source.rows[row])},
+                 .ahead = {},
+                 .rowCount = 1,
+                 .sourceOrder = layouts::console,
+                 .sourceWidth = 30,
+                 .starts = starts.data(),
+                 .boxWidth = 2,
+                 .boxHeight = 2,
+                 .rounded = false,
+                 .order = layouts::console,
+                 .width = 29,
+                 .destinations = {reinterpret_cast<std::uint8_t*>(created.rows[y])}});
         }
         EXPECT_EQ(found, memory);
     }
