@@ -21,7 +21,7 @@ constexpr const char* method =
 per level of instruction sets, loaded by the workbench's host and called through the functions that
 it registered, with pictures of a desktop runtime; and the libraries, each on one thread. All take
 turns (A, B, C, A, B, C, …), short calls in batches of about a millisecond, each turn begun with
-two calls that are not timed; the figures are medians of the process's own processor time.
+two to five calls that are not timed; the figures are medians of the process's own processor time.
 
 - A call includes all that it needs: tables, filters, working memory, and the making and releasing of
   the result. Results of our methods and of OpenCV, libyuv, zimg and pixman are pictures of the same
