@@ -128,7 +128,7 @@ class ColumnBlender {
             Repeat<partCount>([&](auto part) {
                 const Floats numbers = LoadPart(values + part * Simd::floatCount);
                 const Floats product = Simd::Multiply(numbers, weight);
-                rests[part] = Simd::Add(rests[part], MoveUnits(product, heads[part]));
+                rests[part] = Simd::AddInMultiplier(rests[part], MoveUnits(product, heads[part]));
             });
         });
         Repeat<partCount>([&](auto part) {
@@ -146,7 +146,7 @@ class ColumnBlender {
     // Adds the nearest whole units of a value to `head` and gives what is left.
     static Floats MoveUnits(Floats value, Floats& head) {
         const Floats sum = Simd::Add(head, value);
-        const Floats rest = Simd::Subtract(value, Simd::Subtract(sum, head));
+        const Floats rest = Simd::SubtractInMultiplier(value, Simd::Subtract(sum, head));
         head = sum;
         return rest;
     }

@@ -32,6 +32,9 @@ struct Sse2 {
     static Floats Add(Floats left, Floats right) { return _mm_add_ps(left, right); }
     static Floats Subtract(Floats left, Floats right) { return _mm_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm_mul_ps(left, right); }
+    // The same; wider vectors have units to spare for it.
+    static Floats AddInMultiplier(Floats left, Floats right) { return Add(left, right); }
+    static Floats SubtractInMultiplier(Floats left, Floats right) { return Subtract(left, right); }
     static Floats MultiplyAdd(Floats left, Floats right, Floats sum) {
         return _mm_add_ps(_mm_mul_ps(left, right), sum);
     }

@@ -48,6 +48,29 @@ bool IsPlainMean(const ContributionList& list) {
                        [](const Contribution& entry) { return entry.weight == 1.0F; });
 }
 
+// Let g be that number, W the sum of weights and T = sum(n c). The definition's sum is g T,
+// exactly, and divided by W it is T / d times 1 + e with |e| < 10^-5: too little to reach a half
+// from any other multiple of 1 / d. On a half it is not below it, since g d is not below W, and
+// neither is it when it is rounded.
+std::int32_t HalfUpDenominator(const ContributionList& list, std::int32_t greatest) {
+    const std::span entries(list.entries, static_cast<std::size_t>(list.count));
+    const auto weighsLess = [](const Contribution& left, const Contribution& right) {
+        return left.weight < right.weight;
+    };
+    const auto least = std::min_element(entries.begin(), entries.end(), weighsLess);
+    if (least == entries.end() || !(least->weight > 0.0F)) return 0;
+    const double unit = least->weight;
+    double denominator = 0.0;
+    for (const Contribution& entry : entries) {
+        const double whole = std::nearbyint(entry.weight / unit);
+        if (whole * unit != entry.weight) return 0;
+        denominator += whole;
+    }
+    const double surplus = denominator * unit - list.weightSum;
+    if (!(surplus >= 0.0 && surplus < 1e-5 * list.weightSum)) return 0;
+    return denominator > greatest ? 0 : static_cast<std::int32_t>(denominator);
+}
+
 // Every product is a multiple of the last place of the least weight m, which is more than m 2^-24,
 // and no sum reaches 2^53 of them.
 bool AddsExactly(const ContributionList& list) {

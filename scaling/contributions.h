@@ -49,6 +49,11 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 // Whether all weights of a list of neighbouring pixels are 1, so that it gives their mean.
 bool IsPlainMean(const ContributionList& list);
 
+// The denominator d, at most `greatest`, of a list whose weights are whole multiples n of one
+// number, none negative: along a row, its bytes are sum(n c) / d rounded half up. 0 if it is no
+// such list.
+std::int32_t HalfUpDenominator(const ContributionList& list, std::int32_t greatest);
+
 // Whether a value is a power of two, and so divides without rounding.
 bool IsPowerOfTwo(double value);
 

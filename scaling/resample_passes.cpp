@@ -2,6 +2,7 @@
 #include "scaling/resample_passes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "kernels/kernel_table.h"
@@ -14,8 +15,10 @@ RowPass::RowPass(const PictureReader& reader, std::span<const ContributionList> 
       lists_(lists),
       order_(ChannelOrderOf(reader.pixelFormat)),
       copiesRows_(order_ && IsCopy()),
-      averagesBoxes_(order_ && !copiesRows_ && PrepareBoxes()),
-      useKernels_(order_ && !copiesRows_ && !averagesBoxes_ && PrepareKernels()) {
+      blendsNeighbours_(order_ && !copiesRows_ && PrepareNeighbours()),
+      averagesBoxes_(order_ && !copiesRows_ && !blendsNeighbours_ && PrepareBoxes()),
+      useKernels_(order_ && !copiesRows_ && !blendsNeighbours_ && !averagesBoxes_ &&
+                  PrepareKernels()) {
 }
 
 bool RowPass::IsCopy() const {
@@ -23,6 +26,33 @@ bool RowPass::IsCopy() const {
     std::int32_t x = 0;
     return std::all_of(lists_.begin(), lists_.end(),
                        [&x](const ContributionList& list) { return CopiedPixel(list) == x++; });
+}
+
+// Whether every pixel is blended with the one on either side of it, by the same small wholes, as
+// mode 5 does where a picture keeps its width. The outermost pixels need not be.
+bool RowPass::PrepareNeighbours() {
+    constexpr std::int64_t narrowest = kernels::rowPadding / bytesPerPixelWord + 2;
+    const std::int64_t width = std::ssize(lists_);
+    if (width != reader_.width || width < narrowest) return false;
+    const ContributionList& model = lists_[1];
+    if (model.count != neighbourCount) return false;
+    neighbourDenominator_ = HalfUpDenominator(model, kernels::greatestDenominator);
+    if (neighbourDenominator_ == 0) return false;
+    for (std::int32_t x = 1; x < width - 1; ++x) {
+        const ContributionList& list = lists_[static_cast<std::size_t>(x)];
+        if (!HaveSameWeights(list, model) || list.entries[0].pixel != x - 1 ||
+            list.entries[neighbourCount - 1].pixel != x + 1) {
+            return false;
+        }
+    }
+    float sum = 0.0F;
+    for (std::int32_t place = 0; place < neighbourCount; ++place)
+        sum += model.entries[place].weight;
+    for (std::int32_t place = 0; place < neighbourCount; ++place) {
+        neighbourWeights_[static_cast<std::size_t>(place)] = std::nearbyint(
+            model.entries[place].weight / sum * static_cast<float>(neighbourDenominator_));
+    }
+    return true;
 }
 
 // Whether all pixels are plain means of equally many neighbours, and few of them.
@@ -50,6 +80,8 @@ bool RowPass::PrepareKernels() {
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
     if (copiesRows_) {
         CopyRows(first, last, rows);
+    } else if (blendsNeighbours_) {
+        BlendNeighbours(first, last, rows);
     } else if (averagesBoxes_) {
         AverageRows(first, last, rows);
     } else if (useKernels_) {
@@ -66,6 +98,43 @@ void RowPass::CopyRows(std::int64_t first, std::int64_t last,
     const auto size = static_cast<std::size_t>(reader_.width * bytesPerPixelWord);
     for (std::int64_t y = first; y < last; ++y)
         std::memcpy(rows.Row(y), reader_.RowAddress(y), size);
+}
+
+// A row, the same row from its second pixel on, and from its third, are blended like rows that lie
+// one below the other.
+void RowPass::BlendNeighbours(std::int64_t first, std::int64_t last,
+                              const kernels::PixelRows& rows) const {
+    const kernels::BoundedList list{.weights = neighbourWeights_.data(),
+                                    .exact = &lists_[1],
+                                    .first = 0,
+                                    .count = neighbourCount,
+                                    .bias = 0.0F,
+                                    .slack = 0.0F,
+                                    .addsExactly = true,
+                                    .decision = kernels::Decision::InWholes,
+                                    .denominator = neighbourDenominator_};
+    const std::int64_t width = std::ssize(lists_);
+    kernels::ColumnBlending job{
+        .rows = {.places = nullptr, .stride = bytesPerPixelWord, .capacity = neighbourCount},
+        .numbers = {},
+        .rowOrder = *order_,
+        .lists = &list,
+        .listCount = 1,
+        .order = *order_,
+        .width = width - 2,
+        .destinations = {},
+        .streams = false};
+    const std::size_t end = lists_.size() - 1;
+    for (std::int64_t y = first; y < last; ++y) {
+        std::uint8_t* const source = reader_.RowAddress(y);
+        std::uint8_t* const destination = rows.Row(y);
+        job.rows.places = source;
+        job.destinations[0] = destination + bytesPerPixelWord;
+        kernels::SelectedKernels().blendRows(job);
+        kernels::ResampleRow(source, *order_, lists_.first(1), destination);
+        kernels::ResampleRow(source, *order_, lists_.subspan(end),
+                             destination + (width - 1) * bytesPerPixelWord);
+    }
 }
 
 // Row y of the source, or the last one.

@@ -2,6 +2,7 @@
 // layouts and row rule.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -29,10 +30,15 @@ class RowPass {
     void Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
 
   private:
+    static constexpr std::int32_t neighbourCount = 3;
+
     bool IsCopy() const;
+    bool PrepareNeighbours();
     bool PrepareBoxes();
     bool PrepareKernels();
     void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
+    void BlendNeighbours(std::int64_t first, std::int64_t last,
+                         const kernels::PixelRows& rows) const;
     void AverageRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     const std::uint8_t* RowAhead(std::int64_t y) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
@@ -43,10 +49,14 @@ class RowPass {
     FixedTable fixed_;
     // Room for the words of the rows in work.
     Buffer<std::uint16_t> words_;
+    // The wholes of the weights that every pixel and those beside it have.
+    std::array<float, neighbourCount> neighbourWeights_{};
+    std::int32_t neighbourDenominator_ = 0;
     // Where boxes start that have all one length.
     Buffer<std::int32_t> boxStarts_;
     std::int64_t boxLength_ = 0;
     bool copiesRows_;
+    bool blendsNeighbours_;
     bool averagesBoxes_;
     bool useKernels_;
 };

@@ -111,6 +111,14 @@ TEST_P(ScalingInMode, GivesTheReferencesBytesForRatiosOfWholeNumbers) {
     }
 }
 
+TEST_P(ScalingInMode, GivesTheReferencesBytesWhereTheWidthIsKept) {
+    std::uint64_t seed = 280;
+    for (int width = 6; width <= 44; ++width) {
+        ExpectScaledFromRandom({8, 8, false}, GetParam(), {width, 6}, {width, 6}, ++seed);
+        ExpectScaledFromRandom({2, 5, false}, GetParam(), {width, 6}, {width, 4}, ++seed);
+    }
+}
+
 TEST_P(ScalingInMode, GivesTheReferencesBytesForRandomCases) {
     constexpr std::uint64_t cases = 40;
     const std::vector<Layouts> layouts = AllLayouts();

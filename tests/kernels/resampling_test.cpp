@@ -617,6 +617,45 @@ TEST(Lists, KnowTheirDistanceFromHalves) {
     EXPECT_EQ(distanceOf({{std::nanf(""), 0}}), 0.0);
 }
 
+TEST(Lists, KnowTheDenominatorOverWhichTheyAreRoundedHalfUp) {
+    const auto denominatorOf = [](std::vector<Contribution> entries, float weightSum) {
+        return HalfUpDenominator(ListOf(entries, weightSum), 128);
+    };
+    const float part = 1.0F / 18.0F;
+    EXPECT_EQ(denominatorOf({{part, 0}, {16 * part, 1}, {part, 2}}, 1.0F), 18);
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {1.0F, 1}}, 2.0F), 2);
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {126.0F, 1}, {1.0F, 2}}, 128.0F), 128);
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {127.0F, 1}, {1.0F, 2}}, 129.0F), 0) << "is too great";
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {2.5F, 1}}, 3.5F), 0) << "is no whole multiple";
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {std::nextafterf(16.0F, 17.0F), 1}}, 17.0F), 0)
+        << "is nearly one";
+    EXPECT_EQ(denominatorOf({{-1.0F, 0}, {3.0F, 1}}, 2.0F), 0) << "has a negative weight";
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {1.0F, 1}}, std::nextafterf(2.0F, 3.0F)), 0)
+        << "is rounded half down";
+    EXPECT_EQ(denominatorOf({{1.0F, 0}, {1.0F, 1}}, 1.9F), 0) << "does not add up";
+    EXPECT_EQ(denominatorOf({}, 0.0F), 0);
+}
+
+TEST(Lists, AreRoundedHalfUpAlongRowsWhereTheySaySo) {
+    ContributionTable table;
+    ASSERT_TRUE(table.Allocate(8));
+    const auto lists = table.Lists(8);
+    ComputeContributions<MitchellFilter, Axis::Horizontal>(8, lists);
+    ContributionList list = lists[1];
+    ASSERT_EQ(HalfUpDenominator(list, 128), 18);
+    ASSERT_EQ(list.count, 3);
+    std::array<std::uint8_t, 12> row{};
+    for (int outer = 0; outer <= 510; ++outer) {
+        row[0] = static_cast<std::uint8_t>(outer / 2);
+        row[8] = static_cast<std::uint8_t>(outer - outer / 2);
+        for (int inner = 0; inner <= 255; ++inner) {
+            row[4] = static_cast<std::uint8_t>(inner);
+            ASSERT_EQ(ResampleRowChannel(row.data(), list), (outer + 16 * inner + 9) / 18)
+                << outer << " " << inner;
+        }
+    }
+}
+
 // A sum of 2^29 times the least weight is the most; 256 times the weights' magnitudes must not
 // reach beyond it.
 TEST(Lists, KnowWhetherTheirProductsAddUpInAnyOrder) {
