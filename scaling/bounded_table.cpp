@@ -176,8 +176,16 @@ void SetDecision(BoundedList& bounded, const ContributionList& list, double magn
     }
 }
 
+double MagnitudeOf(const ContributionList& list) {
+    double magnitude = 0.0;
+    for (const Contribution& entry : EntriesOf(list))
+        magnitude += std::fabs(double{entry.weight} / list.weightSum);
+    return magnitude;
+}
+
 // Has two neighbouring lists name the same rows where serving both together pays: those that only
-// one of them names are few. Returns whether they do.
+// one of them names are few, and sums that settle the one are not in vain for the other. Returns
+// whether they do.
 bool Join(RowSpan& span, RowSpan& next) {
     if (span.count() == 0 || next.count() == 0) return false;
     const std::int32_t first = std::min(span.first, next.first);
@@ -185,6 +193,7 @@ bool Join(RowSpan& span, RowSpan& next) {
     const std::int64_t longest = std::max(span.count(), next.count());
     if (end - first > longest + std::max<std::int64_t>(longest / 4, 1)) return false;
     if (span.copied >= 0 || next.copied >= 0) return false;
+    if (span.inTwoSums != next.inTwoSums) return false;
     span.first = next.first = first;
     span.end = next.end = end;
     return true;
@@ -210,12 +219,10 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSp
                .decision = Decision::ByBounds,
                .denominator = 0};
     if (list.count == 0) return;
-    double magnitude = 0.0;
-    for (const Contribution& entry :
-         std::span(list.entries, static_cast<std::size_t>(list.count))) {
-        const double weight = double{entry.weight} / list.weightSum;
-        magnitude += std::fabs(weight);
-        weights[entry.pixel - bounded.first] = static_cast<float>(weight);
+    const double magnitude = MagnitudeOf(list);
+    for (const Contribution& entry : EntriesOf(list)) {
+        weights[entry.pixel - bounded.first] =
+            static_cast<float>(double{entry.weight} / list.weightSum);
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
@@ -267,6 +274,7 @@ void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
     RowSpan* span = spans_.get();
     for (const ContributionList& list : exact) {
         span->copied = CopiedPixel(list).value_or(-1);
+        span->inTwoSums = DecisionFor(list, MagnitudeOf(list)) == Decision::InTwoSums;
         if (list.count > 0) {
             span->first = list.entries[0].pixel;
             span->end = list.entries[list.count - 1].pixel + 1;
@@ -285,7 +293,8 @@ bool BoundedTable::SharesRows(std::int64_t index) const {
     const BoundedList& list = lists_[index];
     const BoundedList& next = lists_[index + 1];
     return list.count > 0 && list.first == next.first && list.count == next.count &&
-           IsInWholes(index) == IsInWholes(index + 1);
+           IsInWholes(index) == IsInWholes(index + 1) &&
+           spans_[index].inTwoSums == spans_[index + 1].inTwoSums;
 }
 
 // A list may begin before the one before it, where that one's outer weights are exactly 0.

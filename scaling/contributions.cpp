@@ -26,7 +26,7 @@ void ContributionTable::Clear() {
 // less than 2^-10, the weighted mean of bytes lies less than 0.25 from that one's byte, whatever
 // the others are. The definition's roundings are far smaller, and it adds 0.5 before it truncates.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
-    const std::span entries(list.entries, static_cast<std::size_t>(list.count));
+    const std::span entries = EntriesOf(list);
     const auto weighsLess = [](const Contribution& left, const Contribution& right) {
         return std::fabs(left.weight) < std::fabs(right.weight);
     };
@@ -53,7 +53,7 @@ bool IsPlainMean(const ContributionList& list) {
 // from any other multiple of 1 / d. On a half it is not below it, since g d is not below W, and
 // neither is it when it is rounded.
 std::int32_t HalfUpDenominator(const ContributionList& list, std::int32_t greatest) {
-    const std::span entries(list.entries, static_cast<std::size_t>(list.count));
+    const std::span entries = EntriesOf(list);
     const auto weighsLess = [](const Contribution& left, const Contribution& right) {
         return left.weight < right.weight;
     };
@@ -103,7 +103,7 @@ bool IsPowerOfTwo(double value) {
 // Where all normalised weights are multiples of 1 / q and q is odd, so are the means, and the
 // nearest to a half is 0.5 / q away. What the weights deviate from that counts 255 times at most.
 double DistanceFromHalves(const ContributionList& list) {
-    const std::span entries(list.entries, static_cast<std::size_t>(list.count));
+    const std::span entries = EntriesOf(list);
     for (int denominator = 3; denominator <= greatestOddDenominator; denominator += 2) {
         double distance = 0.5 / denominator;
         for (const Contribution& entry : entries) {

@@ -43,6 +43,11 @@ class ContributionTable {
     std::int64_t length_ = 0;
 };
 
+// A list's weights and pixels.
+inline std::span<const Contribution> EntriesOf(const ContributionList& list) {
+    return {list.entries, static_cast<std::size_t>(list.count)};
+}
+
 // The pixel whose bytes a list always gives, along a row and down a column, if there is one.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list);
 

@@ -38,10 +38,6 @@ constexpr std::int64_t longestWithFullDigit = 512;
 constexpr std::int32_t fullFineShift = 15;
 constexpr std::int32_t shortFineShift = 11;
 
-std::span<const Contribution> EntriesOf(const ContributionList& list) {
-    return {list.entries, static_cast<std::size_t>(list.count)};
-}
-
 double RoundToNearest(double value) {
     return std::floor(value + 0.5);
 }

@@ -344,7 +344,8 @@ TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
     const std::array lists = {ListOf(often, 1.0F), ListOf(tenths, 10.0F)};
     BoundedTable bounded;
     ASSERT_TRUE(bounded.Build(lists));
-    ASSERT_TRUE(bounded.SharesRows(0));
+    ASSERT_EQ(bounded.lists()[0].first, bounded.lists()[1].first);
+    ASSERT_EQ(bounded.lists()[0].count, bounded.lists()[1].count);
     ASSERT_EQ(bounded.lists()[0].decision, Decision::InTwoSums);
     ASSERT_EQ(bounded.lists()[1].decision, Decision::ByBounds);
     for (const Picture picture : pictures) {
@@ -809,6 +810,21 @@ TEST(BoundedLists, AreServedTogetherOnlyIfTheyNameTheSameRowsInTheSameWay) {
     EXPECT_TRUE(bounded.SharesRows(2));
     ASSERT_EQ(bounded.lists()[4].count, bounded.lists()[5].count);
     EXPECT_FALSE(bounded.SharesRows(4)) << "one is in whole numbers";
+}
+
+// Sums that settle most bytes of one list would be in vain for one that is all in two sums.
+TEST(BoundedLists, AreInTwoSumsTogetherOrByThemselves) {
+    std::vector<Contribution> often = {{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}};
+    std::vector<Contribution> seldom = {{0.1F, 0}, {0.3F, 1}, {0.4F, 2}, {0.2F, 3}};
+    std::vector<Contribution> tenths = {{0.1F, 0}, {0.3F, 1}, {0.6F, 2}};
+    const std::array lists = {ListOf(often, 1.0F), ListOf(seldom, 1.0F), ListOf(often, 1.0F),
+                              ListOf(often, 1.0F), ListOf(tenths, 1.0F)};
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    EXPECT_FALSE(bounded.SharesRows(0));
+    EXPECT_EQ(bounded.lists()[0].count, 3) << "without a row of its neighbour's";
+    EXPECT_TRUE(bounded.SharesRows(2));
+    EXPECT_FALSE(bounded.SharesRows(3));
 }
 
 TEST(BoundedLists, ShareWeightsThatReturnAtTheSamePlaceAmongTheirRows) {
