@@ -27,9 +27,13 @@ struct ColumnInterpolation {
     const std::int32_t* indices;  // of the pixel at or before each destination pixel; they ascend
     const float* nearWeights;
     const float* farWeights;
-    std::int64_t width;      // in pixels
+    std::int64_t width;  // in pixels
+    // How many pixels each one of the line is the left sample of, with weights that repeat; 0 where
+    // that varies.
+    std::int64_t factor;
     std::uint32_t byteMask;  // which bytes of every pixel are written, as bits of its word
     std::uint8_t* destination;
+    bool streams;  // whether the result may be stored past the caches
 };
 
 void InterpolateRows(const RowInterpolation& job);

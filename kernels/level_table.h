@@ -7,6 +7,7 @@
 #include "kernels/column_blending_body.h"
 #include "kernels/compositing_body.h"
 #include "kernels/copying_body.h"
+#include "kernels/factor_interpolation_body.h"
 #include "kernels/interpolation_body.h"
 #include "kernels/kernel_table.h"
 #include "kernels/long_blur_body.h"

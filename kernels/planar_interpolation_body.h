@@ -10,9 +10,25 @@
 namespace zvk::kernels {
 namespace {
 
-// Where the planes of a line of `width` pixels lie, with room for a vector behind each.
-inline std::int64_t PlaneStride(std::int64_t width) {
-    return width + linePadding;
+// The planes of a line of `width` pixels, one for each byte, with room for a vector behind each.
+template <typename Number>
+class PlanesOf {
+  public:
+    PlanesOf(Number* line, std::int64_t width) : line_(line), stride_(width + linePadding) {}
+
+    Number* operator[](int byte) const { return line_ + byte * stride_; }
+
+  private:
+    Number* line_;
+    std::int64_t stride_;
+};
+
+// The weighted sum of two numbers, to be truncated to a rounded byte.
+template <typename Simd, typename Floats = typename Simd::Floats>
+Floats BlendRounded(Floats nearNumbers, Floats nearWeights, Floats farNumbers, Floats farWeights) {
+    const Floats nearPart = Simd::Multiply(nearNumbers, nearWeights);
+    const Floats farPart = Simd::Multiply(farNumbers, farWeights);
+    return Simd::Add(Simd::Add(Simd::Broadcast(0.5F), nearPart), farPart);
 }
 
 template <typename Simd>
@@ -20,6 +36,7 @@ class PlaneWriter {
   public:
     explicit PlaneWriter(const RowInterpolation& job)
         : job_(job),
+          planes_(job.line, job.width),
           nearWeight_(Simd::Broadcast(job.nearWeight)),
           farWeight_(Simd::Broadcast(job.farWeight)) {}
 
@@ -33,15 +50,13 @@ class PlaneWriter {
         if (x < job_.width) WritePixels(x, LoadRest(job_.nearRow, x), LoadRest(job_.farRow, x));
         // The pixel behind the last is the last.
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
-            float* behind = Plane(byte) + job_.width;
+            float* const behind = planes_[byte] + job_.width;
             *behind = *(behind - 1);
         }
     }
 
   private:
     using Bytes = typename Simd::Bytes;
-
-    float* Plane(int byte) const { return job_.line + byte * PlaneStride(job_.width); }
 
     Bytes LoadRest(const std::uint8_t* row, std::int64_t x) const {
         std::uint8_t bytes[Simd::byteCount] = {};
@@ -54,11 +69,12 @@ class PlaneWriter {
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
             const auto nearPart = Simd::Multiply(Simd::Channel(nearPixels, byte), nearWeight_);
             const auto farPart = Simd::Multiply(Simd::Channel(farPixels, byte), farWeight_);
-            Simd::Store(Plane(byte) + x, Simd::Add(nearPart, farPart));
+            Simd::Store(planes_[byte] + x, Simd::Add(nearPart, farPart));
         }
     }
 
-    const RowInterpolation& job_;
+    const RowInterpolation job_;
+    PlanesOf<float> planes_;
     typename Simd::Floats nearWeight_;
     typename Simd::Floats farWeight_;
 };
@@ -68,7 +84,8 @@ class PlaneReader {
   public:
     // The job is copied: through a reference, each of its fields would be read again after every
     // byte that is stored.
-    explicit PlaneReader(const ColumnInterpolation& job) : job_(job) {}
+    explicit PlaneReader(const ColumnInterpolation& job)
+        : job_(job), planes_(job.line, job.lineWidth) {}
 
     void Run() const {
         if (job_.width < Simd::floatCount) {
@@ -86,8 +103,6 @@ class PlaneReader {
   private:
     using Floats = typename Simd::Floats;
 
-    const float* Plane(int byte) const { return job_.line + byte * PlaneStride(job_.lineWidth); }
-
     void WritePixels(std::int64_t x) const {
         const std::int32_t* const indices = job_.indices + x;
         const typename Simd::NeighbourPicker picker(indices);
@@ -97,10 +112,8 @@ class PlaneReader {
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
             Floats nearNumbers;
             Floats farNumbers;
-            picker.Pick(Plane(byte), nearNumbers, farNumbers);
-            const Floats nearPart = Simd::Multiply(nearNumbers, nearWeights);
-            const Floats farPart = Simd::Multiply(farNumbers, farWeights);
-            channels[byte] = Simd::Add(Simd::Add(Simd::Broadcast(0.5F), nearPart), farPart);
+            picker.Pick(planes_[byte], nearNumbers, farNumbers);
+            channels[byte] = BlendRounded<Simd>(nearNumbers, nearWeights, farNumbers, farWeights);
         }
         std::uint8_t* destination = job_.destination + x * bytesPerPixelWord;
         auto pixels = Simd::Interleave(channels);
@@ -113,8 +126,8 @@ class PlaneReader {
     void WritePixel(std::int64_t x) const {
         float pixels[2 * bytesPerPixelWord];
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
-            pixels[byte] = Plane(byte)[job_.indices[x]];
-            pixels[bytesPerPixelWord + byte] = Plane(byte)[job_.indices[x] + 1];
+            pixels[byte] = planes_[byte][job_.indices[x]];
+            pixels[bytesPerPixelWord + byte] = planes_[byte][job_.indices[x] + 1];
         }
         const std::int32_t first = 0;
         InterpolateColumns({.line = pixels,
@@ -123,21 +136,19 @@ class PlaneReader {
                             .nearWeights = job_.nearWeights + x,
                             .farWeights = job_.farWeights + x,
                             .width = 1,
+                            .factor = 0,
                             .byteMask = job_.byteMask,
-                            .destination = job_.destination + x * bytesPerPixelWord});
+                            .destination = job_.destination + x * bytesPerPixelWord,
+                            .streams = false});
     }
 
     const ColumnInterpolation job_;
+    PlanesOf<const float> planes_;
 };
 
 template <typename Simd>
 void InterpolateRowsToPlanes(const RowInterpolation& job) {
     PlaneWriter<Simd>(job).Run();
-}
-
-template <typename Simd>
-void InterpolateColumnsOfPlanes(const ColumnInterpolation& job) {
-    PlaneReader<Simd>(job).Run();
 }
 
 }  // namespace

@@ -76,8 +76,10 @@ struct Avx2 {
 
     // The bytes at one place of all pixels.
     static Floats Channel(Bytes pixels, int byte) {
-        const __m256i values = _mm256_srl_epi32(pixels, _mm_cvtsi32_si128(8 * byte));
-        return _mm256_cvtepi32_ps(_mm256_and_si256(values, _mm256_set1_epi32(255)));
+        const __m256i first = _mm256_broadcastsi128_si256(_mm_setr_epi8(
+            0, -128, -128, -128, 4, -128, -128, -128, 8, -128, -128, -128, 12, -128, -128, -128));
+        const __m256i places = _mm256_add_epi32(first, _mm256_set1_epi32(byte));
+        return _mm256_cvtepi32_ps(_mm256_shuffle_epi8(pixels, places));
     }
 
     // Pixels of four channels' numbers, truncated and clamped.
@@ -123,6 +125,15 @@ struct Avx2 {
         }
     };
     static Bytes BroadcastPair(std::int32_t pair) { return _mm256_set1_epi32(pair); }
+
+    // The pixels at the given places.
+    static Bytes PermutePixels(Bytes pixels, Bytes places) {
+        return _mm256_permutevar8x32_epi32(pixels, places);
+    }
+    // Of two vectors' pixels the first where the mask has all bits, the second where it has none.
+    static Bytes SelectBy(Bytes mask, Bytes first, Bytes second) {
+        return _mm256_blendv_epi8(second, first, mask);
+    }
 
     static Mask Differing(Bytes left, Bytes right) {
         return ~static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(left, right)));

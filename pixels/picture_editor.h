@@ -126,7 +126,7 @@ class PictureWriter : public PictureEditor {
 
     // Whether the picture is so large that nothing of it stays in any cache until it is read again.
     bool IsBeyondCaches() const {
-        constexpr std::int64_t largestCached = std::int64_t{1} << 25U;
+        constexpr std::int64_t largestCached = std::int64_t{3} << 23U;
         return height > 0 && width > largestCached / bytesPerPixelWord / height;
     }
 

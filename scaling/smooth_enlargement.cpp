@@ -46,6 +46,12 @@ class InterpolationAxis {
         }
     }
 
+    // How many coordinates each source coordinate becomes, if that is the same for all: indices and
+    // weights then repeat, since i * source mod length does.
+    std::int64_t Factor() const {
+        return length_ % sourceLength_ == 0 ? length_ / sourceLength_ : 0;
+    }
+
     const std::int32_t* indices() const { return indices_.get(); }
     const float* nearWeights() const { return weights_.get(); }
     const float* farWeights() const { return weights_.get() + length_; }
@@ -111,8 +117,10 @@ class Enlargement {
                                     .nearWeights = columns_.nearWeights(),
                                     .farWeights = columns_.farWeights(),
                                     .width = writer.WritableWidth(width_),
+                                    .factor = columns_.Factor(),
                                     .byteMask = byteMask,
-                                    .destination = writer.RowAddress(y)});
+                                    .destination = writer.RowAddress(y),
+                                    .streams = writer.IsBeyondCaches()});
     }
 
     const PictureReader& reader_;

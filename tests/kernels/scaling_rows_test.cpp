@@ -23,7 +23,9 @@ class ScalingRowKernels : public EveryLevel {
     void CheckAverage(std::int64_t boxWidth, std::int64_t width, Guard guard);
     void CheckAverage(std::int64_t boxWidth, const std::vector<std::int32_t>& starts,
                       std::int64_t sourceWidth, Guard guard);
-    void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask);
+    // Weights are anything; with a factor they repeat after as many pixels.
+    void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask,
+                            std::int64_t factor = 0);
     // The bytes of the mean of a source's first pixels.
     std::vector<std::uint8_t> AveragedAtTheStart(const std::vector<std::uint8_t>& source,
                                                  std::int64_t boxWidth, bool rounded) const;
@@ -197,7 +199,7 @@ TEST_P(ScalingRowKernels, AverageLongBoxesWhoseMeansAreWholeOrNearly) {
 }
 
 void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_t width,
-                                           std::uint32_t mask) {
+                                           std::uint32_t mask, std::int64_t factor) {
     GuardedBytes nearRow(4 * sourceWidth);
     GuardedBytes farRow(4 * sourceWidth, Guard::Before);
     nearRow.FillRandomly(random);
@@ -220,8 +222,11 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
     std::vector<float> nearWeights;
     std::vector<float> farWeights;
     for (std::int64_t x = 0; x < width; ++x) {
-        indices.push_back(static_cast<std::int32_t>(x * sourceWidth / width));
-        farWeights.push_back(x % 3 == 0 ? 0.0F : std::generate_canonical<float, 24>(random));
+        indices.push_back(
+            static_cast<std::int32_t>(factor > 0 ? x / factor : x * sourceWidth / width));
+        const bool repeats = factor > 0 && x >= factor;
+        const float any = x % 3 == 0 ? 0.0F : std::generate_canonical<float, 24>(random);
+        farWeights.push_back(repeats ? farWeights[static_cast<std::size_t>(x - factor)] : any);
         nearWeights.push_back(1.0F - farWeights.back());
     }
     GuardedBytes found(4 * width);
@@ -233,8 +238,10 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
                                 .nearWeights = nearWeights.data(),
                                 .farWeights = farWeights.data(),
                                 .width = width,
+                                .factor = factor,
                                 .byteMask = mask,
-                                .destination = found.data()};
+                                .destination = found.data(),
+                                .streams = random() % 2 == 0};
     kernels().interpolateColumns(columns);
     columns.line = expectedLine.data();
     columns.destination = expected.data();
@@ -254,6 +261,18 @@ TEST_P(ScalingRowKernels, InterpolateEveryWidthAndEveryByteAndTouchNothingElse) 
     CheckInterpolation(1000, 3001, 0xFFFFFFFF);
     // Nearly the same size: the pixels of a vector lie as far apart as they can.
     CheckInterpolation(1000, 1003, 0xFFFFFFFF);
+}
+
+TEST_P(ScalingRowKernels, InterpolateByWholeFactorsAlsoWhereTheResultIsNarrower) {
+    for (std::int64_t sourceWidth = 1; sourceWidth <= 70; ++sourceWidth) {
+        for (std::int64_t factor = 1; factor <= 5; ++factor) {
+            const std::int64_t width = sourceWidth * factor;
+            CheckInterpolation(sourceWidth, width, 0xFFFFFFFF, factor);
+            CheckInterpolation(sourceWidth, width, 0xFF00, factor);
+            // The host may hand out a picture that is narrower than was asked for.
+            if (width > 3) CheckInterpolation(sourceWidth, width - 3, 0xFFFFFFFF, factor);
+        }
+    }
 }
 
 // Weights and pairs of bytes with which the three parts of a sum, added in another order, would
@@ -296,8 +315,10 @@ TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
                                       .nearWeights = nearWeights.data(),
                                       .farWeights = farWeights.data(),
                                       .width = width,
+                                      .factor = 0,
                                       .byteMask = 0xFFFFFFFF,
-                                      .destination = found.data()});
+                                      .destination = found.data(),
+                                      .streams = false});
         for (const std::uint8_t byte : found)
             ASSERT_EQ(byte, item.expected) << item.numerator << " / " << item.denominator;
     }

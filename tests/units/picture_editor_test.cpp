@@ -29,10 +29,10 @@ void Describe(PictureEditor& editor, std::vector<std::uint8_t>& memory, std::int
     editor.rowPointer = memory.data();
 }
 
-TEST(PictureWriter, IsBeyondCachesFromThirtyTwoMebibytesOn) {
+TEST(PictureWriter, IsBeyondCachesFromTwentyFourMebibytesOn) {
     std::vector<std::uint8_t> memory(4);
     PictureWriter writer;
-    Describe(writer, memory, 4096, 2048, PixelFormat::Last);
+    Describe(writer, memory, 3072, 2048, PixelFormat::Last);
     EXPECT_FALSE(writer.IsBeyondCaches());
     writer.width += 1;
     EXPECT_TRUE(writer.IsBeyondCaches());
