@@ -30,20 +30,19 @@ class InterpolationAxis {
     }
 
     void FillIndices() const {
-        for (std::int64_t i = 0; i < length_; ++i) {
-            indices_[i] = static_cast<std::int32_t>(i * sourceLength_ / length_);
-        }
+        ForEachSample([this](std::int64_t i, std::int64_t index, std::int64_t /*remainder*/) {
+            indices_[i] = static_cast<std::int32_t>(index);
+        });
     }
 
     void FillWeights() const {
-        for (std::int64_t i = 0; i < length_; ++i) {
-            const auto remainder = static_cast<float>(i * sourceLength_ % length_);
-            const float t = remainder / static_cast<float>(length_);
+        ForEachSample([this](std::int64_t i, std::int64_t /*index*/, std::int64_t remainder) {
+            const float t = static_cast<float>(remainder) / static_cast<float>(length_);
             const float threeSquares = (t * 3.0F) * t;
             const float twoCubes = ((2.0F * t) * t) * t;
             weights_[i] = (twoCubes - threeSquares) + 1.0F;
             weights_[length_ + i] = threeSquares - twoCubes;
-        }
+        });
     }
 
     // How many coordinates each source coordinate becomes, if that is the same for all: indices and
@@ -57,6 +56,22 @@ class InterpolationAxis {
     const float* farWeights() const { return weights_.get() + length_; }
 
   private:
+    // Calls `fill` with every coordinate i, i * source div length and i * source mod length, which
+    // it finds from those before.
+    template <typename Fill>
+    void ForEachSample(Fill fill) const {
+        std::int64_t index = 0;
+        std::int64_t remainder = 0;
+        for (std::int64_t i = 0; i < length_; ++i) {
+            fill(i, index, remainder);
+            index += sourceLength_ / length_;
+            remainder += sourceLength_ % length_;
+            if (remainder < length_) continue;
+            remainder -= length_;
+            ++index;
+        }
+    }
+
     std::int64_t sourceLength_ = 0;
     std::int64_t length_ = 0;
     Buffer<std::int32_t> indices_;

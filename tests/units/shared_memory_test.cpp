@@ -220,6 +220,24 @@ TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
     ExpectAveragedInOrder();
 }
 
+REALboolean ReadLesserSize(REALobject /*object*/, const char* /*name*/, REALinteger* value) {
+    *value = 5;
+    return 1;
+}
+
+using SourceLargerThanItSays = SharedMemory;
+
+// At whole steps every sample is a pixel of the source.
+TEST_F(SourceLargerThanItSays, IsReducedSmoothlyByTheSizeThatItHas) {
+    host.Offer("REALGetPropValueInteger", ReadLesserSize);
+    layOut = LieApart;
+    After(30, 20, [] { return VandrelZVK(&source, 10, 10, 1, 0); });
+    for (std::size_t y = 0; y < 10; ++y) {
+        for (std::size_t x = 0; x < 10; ++x)
+            ASSERT_EQ(created.rows[y][x], source.rows[2 * y][3 * x]) << x << ", " << y;
+    }
+}
+
 TEST_F(SharedMemory, IsAveragedPixelByPixel) {
     host.Offer("REALGetPropValueInteger", ReadSize);
     for (const auto layout : {LieInTheSource, LieInTheSourcesRows}) {
