@@ -103,91 +103,98 @@ class PlainDrawer {
     Scaler rest_;
 };
 
-template <typename Simd, typename Doubles>
+template <typename Simd, typename FourDoubles>
 class WeightedDrawer {
   public:
     WeightedDrawer(const RowDrawing& job, const WeightTables& weights)
         : job_(job),
           weights_(weights),
-          fromSource_(job.source.order, job.order),
-          makeOpaque_(job.order, job.order) {}
+          sourceChannels_(job.source.order),
+          ownChannels_(job.order),
+          arrange_(summedOrder, job.order) {}
 
     void Run() const {
         DrawInFours(job_, [this](std::int64_t x) { Draw(x); });
     }
 
   private:
-    // Four neighbouring pixels of a row of the source in the destination's order, with the weights
-    // of their mask values.
-    struct Samples {
-        alignas(16) std::uint8_t pixels[drawnPixelsAtOnce * bytesPerPixelWord];
-        double weights[drawnPixelsAtOnce];
+    static constexpr int colours = 3;
+    static constexpr ChannelOrder summedOrder{
+        .red = 0, .green = 1, .blue = 2, .alpha = 3, .opaque = 0};
+
+    // Takes the colours of four pixels apart.
+    class Channels {
+      public:
+        explicit Channels(const ChannelOrder& order)
+            : shifts_{_mm_cvtsi32_si128(8 * order.red), _mm_cvtsi32_si128(8 * order.green),
+                      _mm_cvtsi32_si128(8 * order.blue)} {}
+
+        __m128i operator()(__m128i pixels, int colour) const {
+            return _mm_and_si128(_mm_srl_epi32(pixels, shifts_[colour]), _mm_set1_epi32(255));
+        }
+
+      private:
+        __m128i shifts_[colours];
     };
 
-    // The pixels that are the left or the right samples of column x and the three after it.
-    Samples Load(const PixelRow& row, std::int64_t column, const double* table) const {
-        Samples samples;
-        const std::int64_t offset = column * bytesPerPixelWord;
-        Sse2::StoreAll(samples.pixels, fromSource_(Sse2::LoadAll(row.pixels + offset)));
-        for (int pixel = 0; pixel < drawnPixelsAtOnce; ++pixel) {
-            const std::int64_t place = offset + pixel * bytesPerPixelWord + job_.source.maskByte;
-            samples.weights[pixel] = table[row.mask == nullptr ? 0 : row.mask[place]];
+    // What four destination pixels have taken so far.
+    struct Sums {
+        __m128i channels[colours] = {};
+
+        void Add(__m128i pixels, const Channels& channelOf, const FourDoubles& weights) {
+            for (int colour = 0; colour < colours; ++colour) {
+                const auto values = FourDoubles::FromIntegers(channelOf(pixels, colour));
+                channels[colour] =
+                    _mm_add_epi32(channels[colour], values.Times(weights).Truncated());
+            }
         }
-        return samples;
+        // As pixels in the order that is named for it, clamped.
+        __m128i ToPixels() const {
+            const __m128i low = _mm_packs_epi32(channels[0], channels[1]);
+            const __m128i high = _mm_packs_epi32(channels[2], _mm_setzero_si128());
+            return Simd::TransposeBytes(_mm_packus_epi16(low, high));
+        }
+    };
+
+    // The weights of a column's and the next three columns' samples, by the values of their masks.
+    FourDoubles WeightsAt(const PixelRow& row, std::int64_t column, const double* table) const {
+        if (row.mask == nullptr) return FourDoubles::Broadcast(table[0]);
+        const std::uint8_t* const values =
+            row.mask + column * bytesPerPixelWord + job_.source.maskByte;
+        return FourDoubles::FromNumbers(table[values[0]], table[values[bytesPerPixelWord]],
+                                        table[values[2 * bytesPerPixelWord]],
+                                        table[values[3 * bytesPerPixelWord]]);
     }
 
     void Draw(std::int64_t x) const {
         const std::int64_t left = x - job_.offset - 1;
-        std::uint8_t* destination = job_.destination + x * bytesPerPixelWord;
-        __m128i sums[drawnPixelsAtOnce] = {};
-        double remaining[drawnPixelsAtOnce] = {1.0, 1.0, 1.0, 1.0};
-        const auto take = [&](const Samples& samples) {
-            for (int pixel = 0; pixel < drawnPixelsAtOnce; ++pixel) {
-                const std::uint8_t* bytes = samples.pixels + pixel * bytesPerPixelWord;
-                const __m128i products = Doubles::Products(bytes, samples.weights[pixel]);
-                sums[pixel] = _mm_add_epi32(sums[pixel], products);
-                remaining[pixel] -= samples.weights[pixel];
-            }
+        std::uint8_t* const destination = job_.destination + x * bytesPerPixelWord;
+        Sums sums;
+        FourDoubles remaining = FourDoubles::Broadcast(1.0);
+        const auto take = [&](const PixelRow& row, std::int64_t column, const double* table) {
+            const FourDoubles weights = WeightsAt(row, column, table);
+            const __m128i pixels = Sse2::LoadAll(row.pixels + column * bytesPerPixelWord);
+            sums.Add(pixels, sourceChannels_, weights);
+            remaining = remaining.Minus(weights);
         };
         const SourceRows& source = job_.source;
         if (source.above.pixels != nullptr) {
-            take(Load(source.above, left, weights_.topLeft));
-            take(Load(source.above, left + 1, weights_.topRight));
+            take(source.above, left, weights_.topLeft);
+            take(source.above, left + 1, weights_.topRight);
         }
         if (source.below.pixels != nullptr) {
-            take(Load(source.below, left + 1, weights_.bottomRight));
-            take(Load(source.below, left, weights_.bottomLeft));
+            take(source.below, left + 1, weights_.bottomRight);
+            take(source.below, left, weights_.bottomLeft);
         }
-        for (int pixel = 0; pixel < drawnPixelsAtOnce; ++pixel) {
-            if (!(remaining[pixel] > 0.0)) continue;
-            const __m128i products =
-                Doubles::Products(destination + pixel * bytesPerPixelWord, remaining[pixel]);
-            sums[pixel] = _mm_add_epi32(sums[pixel], products);
-        }
-        const __m128i bytes =
-            _mm_packus_epi16(_mm_packs_epi32(sums[0], sums[1]), _mm_packs_epi32(sums[2], sums[3]));
-        Sse2::StoreAll(destination, makeOpaque_(bytes));
+        sums.Add(Sse2::LoadAll(destination), ownChannels_, remaining.WherePositive());
+        Sse2::StoreAll(destination, arrange_(sums.ToPixels()));
     }
 
     const RowDrawing& job_;
     const WeightTables& weights_;
-    typename Simd::Arrangement fromSource_;
-    typename Simd::Arrangement makeOpaque_;
-};
-
-// The products of a pixel's four bytes with a weight, each truncated.
-struct DoublePairs {
-    static __m128i Products(const std::uint8_t* bytes, double weight) {
-        int word = 0;
-        __builtin_memcpy(&word, bytes, sizeof word);
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i values =
-            _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero), zero);
-        const __m128d factor = _mm_set1_pd(weight);
-        const __m128d low = _mm_mul_pd(_mm_cvtepi32_pd(values), factor);
-        const __m128d high = _mm_mul_pd(_mm_cvtepi32_pd(_mm_srli_si128(values, 8)), factor);
-        return _mm_unpacklo_epi64(_mm_cvttpd_epi32(low), _mm_cvttpd_epi32(high));
-    }
+    Channels sourceChannels_;
+    Channels ownChannels_;
+    typename Simd::Arrangement arrange_;
 };
 
 template <typename Words>
@@ -202,9 +209,9 @@ void DrawPlainRow(const RowDrawing& job, const PlainWeights& weights) {
     }
 }
 
-template <typename Simd, typename Doubles>
+template <typename Simd, typename FourDoubles>
 void DrawWeightedRow(const RowDrawing& job, const WeightTables& weights) {
-    WeightedDrawer<Simd, Doubles>(job, weights).Run();
+    WeightedDrawer<Simd, FourDoubles>(job, weights).Run();
 }
 
 }  // namespace

@@ -9,6 +9,10 @@ namespace {
 struct FourDoublesAvx2 {
     __m256d numbers = _mm256_setzero_pd();
 
+    static FourDoublesAvx2 Broadcast(double number) { return {_mm256_set1_pd(number)}; }
+    static FourDoublesAvx2 FromNumbers(double first, double second, double third, double fourth) {
+        return {_mm256_setr_pd(first, second, third, fourth)};
+    }
     static FourDoublesAvx2 FromIntegers(__m128i integers) { return {_mm256_cvtepi32_pd(integers)}; }
     static FourDoublesAvx2 FromFloats(__m128 floats) { return {_mm256_cvtps_pd(floats)}; }
 
@@ -21,6 +25,17 @@ struct FourDoublesAvx2 {
     }
     FourDoublesAvx2 Plus(double number) const {
         return {_mm256_add_pd(numbers, _mm256_set1_pd(number))};
+    }
+    FourDoublesAvx2 Minus(const FourDoublesAvx2& other) const {
+        return {_mm256_sub_pd(numbers, other.numbers)};
+    }
+    FourDoublesAvx2 Times(const FourDoublesAvx2& other) const {
+        return {_mm256_mul_pd(numbers, other.numbers)};
+    }
+    // The numbers that are above 0, and 0 for others, and for what is not a number.
+    FourDoublesAvx2 WherePositive() const {
+        const __m256d isPositive = _mm256_cmp_pd(numbers, _mm256_setzero_pd(), _CMP_GT_OQ);
+        return {_mm256_and_pd(numbers, isPositive)};
     }
     FourDoublesAvx2 Times(double number) const {
         return {_mm256_mul_pd(numbers, _mm256_set1_pd(number))};

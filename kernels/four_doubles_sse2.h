@@ -10,6 +10,13 @@ struct FourDoublesSse2 {
     __m128d low = _mm_setzero_pd();
     __m128d high = _mm_setzero_pd();
 
+    static FourDoublesSse2 Broadcast(double number) {
+        const __m128d both = _mm_set1_pd(number);
+        return {both, both};
+    }
+    static FourDoublesSse2 FromNumbers(double first, double second, double third, double fourth) {
+        return {_mm_setr_pd(first, second), _mm_setr_pd(third, fourth)};
+    }
     static FourDoublesSse2 FromIntegers(__m128i numbers) {
         return {_mm_cvtepi32_pd(numbers), _mm_cvtepi32_pd(_mm_srli_si128(numbers, 8))};
     }
@@ -29,6 +36,18 @@ struct FourDoublesSse2 {
     FourDoublesSse2 Plus(double number) const {
         const __m128d both = _mm_set1_pd(number);
         return {_mm_add_pd(low, both), _mm_add_pd(high, both)};
+    }
+    FourDoublesSse2 Minus(const FourDoublesSse2& other) const {
+        return {_mm_sub_pd(low, other.low), _mm_sub_pd(high, other.high)};
+    }
+    FourDoublesSse2 Times(const FourDoublesSse2& other) const {
+        return {_mm_mul_pd(low, other.low), _mm_mul_pd(high, other.high)};
+    }
+    // The numbers that are above 0, and 0 for others, and for what is not a number.
+    FourDoublesSse2 WherePositive() const {
+        const __m128d zero = _mm_setzero_pd();
+        return {_mm_and_pd(low, _mm_cmpgt_pd(low, zero)),
+                _mm_and_pd(high, _mm_cmpgt_pd(high, zero))};
     }
     FourDoublesSse2 Times(double number) const {
         const __m128d both = _mm_set1_pd(number);

@@ -19,8 +19,7 @@ namespace {
 
 // What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Lanes`
 // numbers of eight rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of
-// 16 bits, `Doubles` products in double precision, `Pixels` takes boxes of one pixel, and
-// `ShortBoxes` averages those of two to four.
+// 16 bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four.
 template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
     using Simd = typename Level::Simd;
@@ -54,7 +53,7 @@ consteval KernelTable TableOf(InstructionSet level) {
             .blurColumnsLong = BlurColumnsLong<Narrow, FourDoubles>,
             .blurRowLong = BlurRowLong<Narrow, FourDoubles>,
             .drawPlainRow = DrawPlainRow<Words>,
-            .drawWeightedRow = DrawWeightedRow<Narrow, typename Level::Doubles>,
+            .drawWeightedRow = DrawWeightedRow<Narrow, FourDoubles>,
             .copyRow = CopyRow<Simd, Narrow>};
 }
 

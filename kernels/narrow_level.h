@@ -17,7 +17,6 @@ struct NarrowLevel {
     using Lanes = RowLanePair<Vectors>;
     using FourDoubles = FourDoublesSse2;
     using Words = WordPair<Vectors>;
-    using Doubles = DoublePairs;
     using Pixels = PixelPicker<Vectors>;
     using ShortBoxes = ShortBoxAverager<Vectors>;
 };

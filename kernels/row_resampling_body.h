@@ -304,7 +304,9 @@ class RowResampler {
         sums = Lanes::Load(words) + Lanes::Load(images).WithSwappedWords();
         Lanes differences = sums ^ sums.WithSwappedWords();
         if (!AreZeroWhere(open, differences)) return false;
-        while ((words += wordsPerPair) <= (images -= wordsPerPair)) {
+        for (std::int32_t tap = 2; tap < list.count / 2; tap += 2) {
+            words += wordsPerPair;
+            images -= wordsPerPair;
             const Lanes others = Lanes::Load(words) + Lanes::Load(images).WithSwappedWords();
             differences = differences | (others ^ sums);
         }

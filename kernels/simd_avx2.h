@@ -24,6 +24,7 @@ struct Avx2 {
     static Floats Subtract(Floats left, Floats right) { return _mm256_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm256_mul_ps(left, right); }
     // The same sum and difference in the units that multiply, for where others have enough to do.
+    // It is no more than a wish: some compilers make plain sums of them again.
     static Floats AddInMultiplier(Floats left, Floats right) {
         return _mm256_fmadd_ps(left, Broadcast(1.0F), right);
     }

@@ -22,6 +22,7 @@ struct Avx512 {
     static Floats Subtract(Floats left, Floats right) { return _mm512_sub_ps(left, right); }
     static Floats Multiply(Floats left, Floats right) { return _mm512_mul_ps(left, right); }
     // The same sum and difference in the units that multiply, for where others have enough to do.
+    // It is no more than a wish: some compilers make plain sums of them again.
     static Floats AddInMultiplier(Floats left, Floats right) {
         return _mm512_fmadd_ps(left, Broadcast(1.0F), right);
     }

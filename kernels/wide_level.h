@@ -16,7 +16,6 @@ struct WideLevel {
     using Lanes = WideRowLanes;
     using FourDoubles = FourDoublesAvx2;
     using Words = WideWords;
-    using Doubles = DoubleQuads;
     using Pixels = WidePixelPicker;
     using ShortBoxes = WideBoxAverager;
 };

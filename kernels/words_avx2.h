@@ -68,16 +68,5 @@ struct WideWords {
     };
 };
 
-// The products of a pixel's four bytes with a weight, each truncated.
-struct DoubleQuads {
-    static __m128i Products(const std::uint8_t* bytes, double weight) {
-        int word = 0;
-        __builtin_memcpy(&word, bytes, sizeof word);
-        const __m128i values = _mm_cvtepu8_epi32(_mm_cvtsi32_si128(word));
-        return _mm256_cvttpd_epi32(
-            _mm256_mul_pd(_mm256_cvtepi32_pd(values), _mm256_set1_pd(weight)));
-    }
-};
-
 }  // namespace
 }  // namespace zvk::kernels

@@ -193,7 +193,7 @@ bool Join(RowSpan& span, RowSpan& next) {
     const std::int64_t longest = std::max(span.count(), next.count());
     if (end - first > longest + std::max<std::int64_t>(longest / 4, 1)) return false;
     if (span.copied >= 0 || next.copied >= 0) return false;
-    if (span.inTwoSums != next.inTwoSums) return false;
+    if (span.makesManyHalves != next.makesManyHalves) return false;
     span.first = next.first = first;
     span.end = next.end = end;
     return true;
@@ -274,7 +274,7 @@ void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
     RowSpan* span = spans_.get();
     for (const ContributionList& list : exact) {
         span->copied = CopiedPixel(list).value_or(-1);
-        span->inTwoSums = DecisionFor(list, MagnitudeOf(list)) == Decision::InTwoSums;
+        span->makesManyHalves = DecisionFor(list, MagnitudeOf(list)) == Decision::InTwoSums;
         if (list.count > 0) {
             span->first = list.entries[0].pixel;
             span->end = list.entries[list.count - 1].pixel + 1;
@@ -294,7 +294,7 @@ bool BoundedTable::SharesRows(std::int64_t index) const {
     const BoundedList& next = lists_[index + 1];
     return list.count > 0 && list.first == next.first && list.count == next.count &&
            IsInWholes(index) == IsInWholes(index + 1) &&
-           spans_[index].inTwoSums == spans_[index + 1].inTwoSums;
+           spans_[index].makesManyHalves == spans_[index + 1].makesManyHalves;
 }
 
 // A list may begin before the one before it, where that one's outer weights are exactly 0.

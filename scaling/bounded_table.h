@@ -15,7 +15,7 @@ struct RowSpan {
     std::int32_t first;
     std::int32_t end;
     std::int32_t copied;         // the one row whose bytes the list gives; below 0 if there is none
-    bool inTwoSums;              // whether its bytes are best decided in two sums at once
+    bool makesManyHalves;        // so that two sums serve it better than bounds, unless it is exact
     std::int32_t firstFromHere;  // the least that it or a later list names
 
     std::int32_t count() const { return end - first; }

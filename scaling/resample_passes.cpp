@@ -2,7 +2,6 @@
 #include "scaling/resample_passes.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 #include "kernels/kernel_table.h"
@@ -45,13 +44,10 @@ bool RowPass::PrepareNeighbours() {
             return false;
         }
     }
-    float sum = 0.0F;
-    for (std::int32_t place = 0; place < neighbourCount; ++place)
-        sum += model.entries[place].weight;
-    for (std::int32_t place = 0; place < neighbourCount; ++place) {
-        neighbourWeights_[static_cast<std::size_t>(place)] = std::nearbyint(
-            model.entries[place].weight / sum * static_cast<float>(neighbourDenominator_));
-    }
+    const float least =
+        std::min({model.entries[0].weight, model.entries[1].weight, model.entries[2].weight});
+    std::transform(model.entries, model.entries + neighbourCount, neighbourWeights_.begin(),
+                   [least](const Contribution& entry) { return entry.weight / least; });
     return true;
 }
 

@@ -79,6 +79,8 @@ TEST(FastScaling, GivesTheReferencesBytesForLargeAndExtremeSizes) {
                                                                      {{640, 480}, {1999, 1501}},
                                                                      {{1, 1}, {32767, 1}},
                                                                      {{2, 3}, {1, 32767}},
+                                                                     {{4100, 20}, {4099, 19}},
+                                                                     {{300, 20}, {9000, 19}},
                                                                      {{3001, 7}, {1, 1}}}) {
         ExpectFastScaledFromRandom({2, 2, false}, from, to, ++seed);
         ExpectFastScaledFromRandom({8, 8, false}, from, to, ++seed);

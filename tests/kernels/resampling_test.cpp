@@ -830,10 +830,12 @@ TEST(BoundedLists, AreInTwoSumsTogetherOrByThemselves) {
 TEST(BoundedLists, ShareWeightsThatReturnAtTheSamePlaceAmongTheirRows) {
     std::vector<Contribution> first = {{0.3F, 0}, {0.7F, 1}};
     std::vector<Contribution> again = {{0.3F, 8}, {0.7F, 9}};
-    std::vector<Contribution> joined = {{0.3F, 17}, {0.7F, 18}};
-    std::vector<Contribution> other = {{0.41F, 16}, {0.59F, 17}};
-    const std::array lists = {ListOf(first, 1.0F), ListOf(again, 1.0F), ListOf(other, 1.0F),
-                              ListOf(joined, 1.0F)};
+    std::vector<Contribution> above = {{0.3F, 16}, {0.7F, 17}};
+    std::vector<Contribution> joined = {{0.41F, 17}, {0.59F, 18}};
+    std::vector<Contribution> other = {{0.37F, 24}, {0.63F, 25}};
+    std::vector<Contribution> below = {{0.3F, 25}, {0.7F, 26}};
+    const std::array lists = {ListOf(first, 1.0F),  ListOf(again, 1.0F), ListOf(above, 1.0F),
+                              ListOf(joined, 1.0F), ListOf(other, 1.0F), ListOf(below, 1.0F)};
     BoundedTable bounded;
     ASSERT_TRUE(bounded.Build(lists));
     const auto places = std::span(bounded.lists(), lists.size());
@@ -841,7 +843,9 @@ TEST(BoundedLists, ShareWeightsThatReturnAtTheSamePlaceAmongTheirRows) {
     EXPECT_EQ(places[1].first, 8);
     EXPECT_EQ(places[1].exact, &lists[1]);
     ASSERT_TRUE(bounded.SharesRows(2));
-    EXPECT_NE(places[3].weights, places[0].weights) << "has a weight of 0 before its own";
+    ASSERT_TRUE(bounded.SharesRows(4));
+    ASSERT_EQ(places[5].count, places[2].count);
+    EXPECT_NE(places[5].weights, places[2].weights) << "has a weight of 0 before its own";
 }
 
 TEST(BoundedLists, FillGapsWithZeros) {
