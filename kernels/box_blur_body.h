@@ -57,7 +57,8 @@ class ColumnBlurrer {
             Sse2::StoreAll(job_.block + (x + column) * blockColumnBytes, columns[column]);
     }
 
-    const ColumnBlurring& job_;
+    // Copied: through a reference, its fields would be read again after every byte that is stored.
+    const ColumnBlurring job_;
     typename Words::Divider divide_;
     typename Words::Arrangement arrange_;
     bool isArranged_;
@@ -123,7 +124,8 @@ class RowBlurrer {
 
     // Writes the columns from `x` to before `end`, if there are any; returns the next one.
     template <typename EndsAt>
-    std::int64_t WriteColumns(std::int64_t x, std::int64_t end, EndsAt endsAt) {
+    [[gnu::always_inline]] std::int64_t WriteColumns(std::int64_t x, std::int64_t end,
+                                                     EndsAt endsAt) {
         constexpr int group = 4;
         for (; x + group <= end; x += group) {
             const __m128i columns[group] = {Step(endsAt(x)), Step(endsAt(x + 1)),
@@ -153,7 +155,7 @@ class RowBlurrer {
         return means;
     }
 
-    const RowBlurring& job_;
+    const RowBlurring job_;  // copied, as above
     typename Words::Divider divide_;
     typename Words::Arrangement arrange_;
     Words sums_{};
