@@ -149,7 +149,7 @@ struct Avx2 {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), values);
     }
 
-    static void Stream(std::uint8_t* bytes, Bytes values) {
+    [[gnu::always_inline]] static void Stream(std::uint8_t* bytes, Bytes values) {
         if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
             Sse2::Stream(bytes, _mm256_castsi256_si128(values));
             Sse2::Stream(bytes + Sse2::byteCount, _mm256_extracti128_si256(values, 1));

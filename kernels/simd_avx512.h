@@ -141,7 +141,7 @@ struct Avx512 {
     static Bytes LoadAll(const std::uint8_t* bytes) { return _mm512_loadu_si512(bytes); }
     static void StoreAll(std::uint8_t* bytes, Bytes values) { _mm512_storeu_si512(bytes, values); }
 
-    static void Stream(std::uint8_t* bytes, Bytes values) {
+    [[gnu::always_inline]] static void Stream(std::uint8_t* bytes, Bytes values) {
         if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
             Avx2::Stream(bytes, _mm512_castsi512_si256(values));
             Avx2::Stream(bytes + Avx2::byteCount, _mm512_extracti64x4_epi64(values, 1));

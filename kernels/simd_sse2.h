@@ -73,7 +73,7 @@ struct Sse2 {
     }
 
     // Stores past the caches where the place allows it.
-    static void Stream(std::uint8_t* bytes, Bytes values) {
+    [[gnu::always_inline]] static void Stream(std::uint8_t* bytes, Bytes values) {
         if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
             StoreAll(bytes, values);
         } else {
