@@ -45,16 +45,10 @@ struct WideRowLanes {
     __m128i Lower() const { return _mm256_castsi256_si128(bits); }
     __m128i Upper() const { return _mm256_extracti128_si256(bits, 1); }
 
-    WideRowLanes operator+(WideRowLanes other) const {
-        return {_mm256_add_epi32(bits, other.bits)};
-    }
-    WideRowLanes operator^(WideRowLanes other) const {
-        return {_mm256_xor_si256(bits, other.bits)};
-    }
-    WideRowLanes operator|(WideRowLanes other) const { return {_mm256_or_si256(bits, other.bits)}; }
-    WideRowLanes operator&(WideRowLanes other) const {
-        return {_mm256_and_si256(bits, other.bits)};
-    }
+    WideRowLanes operator+(WideRowLanes other) const { return With<_mm256_add_epi32>(other); }
+    WideRowLanes operator^(WideRowLanes other) const { return With<_mm256_xor_si256>(other); }
+    WideRowLanes operator|(WideRowLanes other) const { return With<_mm256_or_si256>(other); }
+    WideRowLanes operator&(WideRowLanes other) const { return With<_mm256_and_si256>(other); }
     WideRowLanes operator<<(std::int32_t count) const {
         return {_mm256_sll_epi32(bits, _mm_cvtsi32_si128(count))};
     }
@@ -79,34 +73,34 @@ struct WideRowLanes {
     // Plus the products of two words each. VNNI would do this in one step, but lists would wait for
     // its longer latency.
     WideRowLanes PlusProducts(WideRowLanes words, WideRowLanes weights) const {
-        return {_mm256_add_epi32(bits, _mm256_madd_epi16(words.bits, weights.bits))};
+        return *this + words.With<_mm256_madd_epi16>(weights);
     }
 
     // Alternating bytes, words, numbers or pairs of numbers of the first or the last eight bytes of
     // each half.
     WideRowLanes FirstBytesWith(WideRowLanes other) const {
-        return {_mm256_unpacklo_epi8(bits, other.bits)};
+        return With<_mm256_unpacklo_epi8>(other);
     }
     WideRowLanes LastBytesWith(WideRowLanes other) const {
-        return {_mm256_unpackhi_epi8(bits, other.bits)};
+        return With<_mm256_unpackhi_epi8>(other);
     }
     WideRowLanes FirstWordsWith(WideRowLanes other) const {
-        return {_mm256_unpacklo_epi16(bits, other.bits)};
+        return With<_mm256_unpacklo_epi16>(other);
     }
     WideRowLanes LastWordsWith(WideRowLanes other) const {
-        return {_mm256_unpackhi_epi16(bits, other.bits)};
+        return With<_mm256_unpackhi_epi16>(other);
     }
     WideRowLanes FirstNumbersWith(WideRowLanes other) const {
-        return {_mm256_unpacklo_epi32(bits, other.bits)};
+        return With<_mm256_unpacklo_epi32>(other);
     }
     WideRowLanes LastNumbersWith(WideRowLanes other) const {
-        return {_mm256_unpackhi_epi32(bits, other.bits)};
+        return With<_mm256_unpackhi_epi32>(other);
     }
     WideRowLanes FirstPairsWith(WideRowLanes other) const {
-        return {_mm256_unpacklo_epi64(bits, other.bits)};
+        return With<_mm256_unpacklo_epi64>(other);
     }
     WideRowLanes LastPairsWith(WideRowLanes other) const {
-        return {_mm256_unpackhi_epi64(bits, other.bits)};
+        return With<_mm256_unpackhi_epi64>(other);
     }
 
     // Three numbers of each row clamped to a pixel's first bytes; the fourth means nothing.
@@ -136,6 +130,12 @@ struct WideRowLanes {
       private:
         __m256i pattern_;
     };
+
+  private:
+    template <__m256i (*combine)(__m256i, __m256i)>
+    WideRowLanes With(WideRowLanes other) const {
+        return {combine(bits, other.bits)};
+    }
 };
 
 }  // namespace
