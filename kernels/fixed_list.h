@@ -9,6 +9,7 @@
 namespace zvk::kernels {
 
 inline constexpr std::int32_t highDigitShift = 16;
+inline constexpr std::int32_t notMirrored = -1;
 
 // The weights of one destination coordinate, one per source coordinate from `first` on.
 //
@@ -38,10 +39,9 @@ struct FixedList {
     std::int32_t fineBias;
     std::int32_t fineSlack;
     bool addsExactly;  // whether the definition's products add up to the same sum in any order
-    // The sum of one half of the weights, if they add up exactly and the other half mirrors it;
-    // else 0. Where all pixels and their mirror images add up to s, the definition's sum is s times
-    // it.
-    double mirroredHalf;
+    // 0 or 1 if one half of the weights mirrors the other: where all pixels and their mirror images
+    // add up to s, the byte is (s + mirrored) / 2, rounded down. Else `notMirrored`.
+    std::int32_t mirrored;
 };
 
 }  // namespace zvk::kernels

@@ -11,15 +11,9 @@
 
 namespace zvk::kernels {
 
-namespace {
-
-// The mean of what was summed up, rounded half up and clamped; 0 for an empty list, whose mean is
-// not a number.
-std::uint8_t Mean(double sum, float weightSum) {
+std::uint8_t MeanOf(double sum, float weightSum) {
     return ClampToByte(TruncateToInt32(sum / static_cast<double>(weightSum) + 0.5));
 }
-
-}  // namespace
 
 std::uint8_t ResampleRowChannel(const std::uint8_t* channel, const ContributionList& list) {
     double sum = 0.0;
@@ -28,7 +22,7 @@ std::uint8_t ResampleRowChannel(const std::uint8_t* channel, const ContributionL
         sum += channel[std::int64_t{entry.pixel} * bytesPerPixelWord] *
                static_cast<double>(entry.weight);
     }
-    return Mean(sum, list.weightSum);
+    return MeanOf(sum, list.weightSum);
 }
 
 std::uint8_t ResampleColumnChannel(const PixelRows& rows, std::int64_t offset,
@@ -40,7 +34,7 @@ std::uint8_t ResampleColumnChannel(const PixelRows& rows, std::int64_t offset,
         const auto value = static_cast<float>(cursor.Row(entry.pixel)[offset]);
         sum += static_cast<double>(value * entry.weight);
     }
-    return Mean(sum, list.weightSum);
+    return MeanOf(sum, list.weightSum);
 }
 
 void ResampleRow(const std::uint8_t* source, const ChannelOrder& order,

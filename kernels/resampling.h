@@ -11,6 +11,10 @@
 
 namespace zvk::kernels {
 
+// The mean of what was summed up, rounded half up and clamped; 0 for an empty list, whose mean is
+// not a number.
+std::uint8_t MeanOf(double sum, float weightSum);
+
 // One channel of one pixel resampled along a row; `channel` is that byte of the row's first pixel.
 std::uint8_t ResampleRowChannel(const std::uint8_t* channel, const ContributionList& list);
 

@@ -288,11 +288,10 @@ class RowResampler {
     // One colour, of which those rows are not settled that have any bit in `open`.
     Lanes SettleOpen(const FixedList& list, int colour, Lanes least, Lanes open) const {
         Lanes sums;
-        if (list.mirroredHalf == 0.0 || !AreMirrored(list, colour, open, sums))
+        if (list.mirrored == notMirrored || !AreMirrored(list, colour, open, sums))
             return SettleColour(list, colour, least);
-        Doubles sum;
-        sum.AddProduct(sums & Lanes::Broadcast(0xFFFF), list.mirroredHalf);
-        return Lanes::Where(open.IsZero(), least >> list.shift, MeanOf(sum, *list.exact));
+        const Lanes rounded = (sums & Lanes::Broadcast(0xFFFF)) + Lanes::Broadcast(list.mirrored);
+        return Lanes::Where(open.IsZero(), least >> list.shift, rounded >> 1);
     }
 
     // Whether all pixels of a mirrored list add up with their mirror images to the same in every
@@ -373,10 +372,6 @@ class RowResampler {
         sum = sum + other;
         for (; index < exact.count; ++index)
             sum.AddProduct(valuesOf(exact.entries[index].pixel), exact.entries[index].weight);
-        return MeanOf(sum, exact);
-    }
-
-    static Lanes MeanOf(const Doubles& sum, const ContributionList& exact) {
         const double weightSum = exact.weightSum;
         return Lanes::FromHalves(sum.lower.Mean(weightSum), sum.upper.Mean(weightSum));
     }

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kernels/resampling.h"
 #include "scaling/contributions.h"
 
 namespace zvk {
@@ -186,12 +187,33 @@ double MirroredHalf(const ContributionList& list, std::int32_t first, std::int32
     return list.count % 2 == 0 ? sum : 0.0;
 }
 
+// Whether sums s of pixels and their mirror images give (s + addend) / 2, all of them.
+bool HalvesSums(double half, float weightSum, std::int32_t addend) {
+    constexpr std::int32_t greatestSum = 2 * 255;
+    for (std::int32_t sum = 0; sum <= greatestSum; ++sum) {
+        if (kernels::MeanOf(sum * half, weightSum) != (sum + addend) / 2) return false;
+    }
+    return true;
+}
+
+// How a list halves the sums of pixels and their mirror images, if that is all that it does.
+std::int32_t MirroredOf(const ContributionList& list, std::int32_t first, std::int32_t count) {
+    if (!AddsExactly(list)) return kernels::notMirrored;
+    const double half = MirroredHalf(list, first, count);
+    if (half == 0.0) return kernels::notMirrored;
+    for (const std::int32_t addend : {0, 1}) {
+        if (HalvesSums(half, list.weightSum, addend)) return addend;
+    }
+    return kernels::notMirrored;
+}
+
 void FillDigits(FixedList& fixed, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
     fixed.low = digits.low;
     fixed.fine = digits.fine;
     fixed.shift = 1;
     fixed.addsExactly = AddsExactly(exact);
+    fixed.mirrored = kernels::notMirrored;
     if (exact.count == 0) return;
     const Magnitudes magnitudes(exact);
     if (!(magnitudes.sum <= greatestMagnitude) || fixed.count == 0) {
@@ -216,7 +238,7 @@ void FillDigits(FixedList& fixed, const Digits& digits) {
         digits.fine[place] = static_cast<std::int16_t>(fineDigit);
     }
     SetHighDigits(fixed, digits.high);
-    if (fixed.addsExactly) fixed.mirroredHalf = MirroredHalf(exact, fixed.first, fixed.count);
+    fixed.mirrored = MirroredOf(exact, fixed.first, fixed.count);
     const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
     // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.

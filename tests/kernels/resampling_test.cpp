@@ -561,16 +561,25 @@ TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
     EXPECT_EQ(fixed.lists()[1].low[3], 0);
 }
 
-TEST(FixedLists, KnowTheSumOfHalfTheirWeightsIfTheOtherHalfMirrorsIt) {
-    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, 1.5F).mirroredHalf, 0.75);
-    EXPECT_EQ(FixedOf({{0.25F, 1}, {0.5F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.5F).mirroredHalf, 0.75)
+TEST(FixedLists, KnowHowTheyHalveSumsOfMirroredPixels) {
+    const auto mirroredOf = [](std::vector<Contribution> entries, float weightSum) {
+        return FixedOf(std::move(entries), weightSum).mirrored;
+    };
+    EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, 1.5F), 1);
+    EXPECT_EQ(mirroredOf({{0.25F, 1}, {0.5F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.5F), 1)
         << "with half a pair more on each side";
-    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.0F).mirroredHalf, 0.0) << "is odd";
-    EXPECT_EQ(FixedOf({{0.25F, 2}, {0.75F, 3}}, 1.0F).mirroredHalf, 0.0) << "is not the same";
-    EXPECT_EQ(FixedOf({{0.5F, 2}, {0.5F, 4}}, 1.0F).mirroredHalf, 0.0)
+    const float little = std::nextafterf(1.5F, 2.0F);
+    EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, little), 0)
+        << "gives a little less than halves";
+    EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, 1.4F), notMirrored)
+        << "gives more than halves";
+    EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.0F), notMirrored) << "is odd";
+    EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.75F, 3}}, 1.0F), notMirrored) << "is not the same";
+    EXPECT_EQ(mirroredOf({{0.5F, 2}, {0.5F, 4}}, 1.0F), notMirrored)
         << "is another pixel's mirror image";
-    EXPECT_EQ(FixedOf({{1.0F, 2}, {0x1p-21F, 3}, {0x1p-21F, 4}, {1.0F, 5}}, 2.0F).mirroredHalf, 0.0)
+    EXPECT_EQ(mirroredOf({{1.0F, 2}, {0x1p-21F, 3}, {0x1p-21F, 4}, {1.0F, 5}}, 2.0F), notMirrored)
         << "does not add up exactly";
+    EXPECT_EQ(mirroredOf({{1.0F, 2}, {-1.0F, 3}}, 0.0F), notMirrored) << "is left open";
 }
 
 // Weights that return are kept once, for lists that begin alike within a pair.
