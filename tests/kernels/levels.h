@@ -9,6 +9,7 @@
 
 #include "kernels/kernel_table.h"
 #include "pixels/pixel_layout.h"
+#include "tests/kernels/upper_halves.h"
 
 namespace zvk::kernels::testing {
 
@@ -28,10 +29,63 @@ inline std::string NameOf(InstructionSet level) {
     return names.at(static_cast<std::size_t>(level));
 }
 
+// A kernel that is looked at after every call: it must not leave the upper halves of registers in
+// use.
+template <typename... Arguments>
+class CheckedKernel {
+  public:
+    CheckedKernel(void (*kernel)(Arguments...)) : kernel_(kernel) {}
+
+    void operator()(Arguments... arguments) const {
+        static const bool canTell = TellsUnusedUpperHalves();
+        kernel_(arguments...);
+        EXPECT_FALSE(canTell && AreUpperHalvesInUse());
+    }
+
+  private:
+    void (*kernel_)(Arguments...);
+};
+
+// The kernels of a table, each of them checked.
+struct CheckedKernels {
+    explicit CheckedKernels(const KernelTable& table)
+        : resampleRows(table.resampleRows),
+          blendRows(table.blendRows),
+          widenRow(table.widenRow),
+          averageRows(table.averageRows),
+          interpolateRows(table.interpolateRows),
+          interpolateColumns(table.interpolateColumns),
+          addToColumnSums(table.addToColumnSums),
+          blurColumns(table.blurColumns),
+          blurRows(table.blurRows),
+          addToLongSums(table.addToLongSums),
+          blurColumnsLong(table.blurColumnsLong),
+          blurRowLong(table.blurRowLong),
+          drawPlainRow(table.drawPlainRow),
+          drawWeightedRow(table.drawWeightedRow),
+          copyRow(table.copyRow) {}
+
+    CheckedKernel<const RowResampling&> resampleRows;
+    CheckedKernel<const ColumnBlending&> blendRows;
+    CheckedKernel<const std::uint8_t*, std::int64_t, float*> widenRow;
+    CheckedKernel<const RowAveraging&> averageRows;
+    CheckedKernel<const RowInterpolation&> interpolateRows;
+    CheckedKernel<const ColumnInterpolation&> interpolateColumns;
+    CheckedKernel<const ColumnSumming&> addToColumnSums;
+    CheckedKernel<const ColumnBlurring&> blurColumns;
+    CheckedKernel<const RowBlurring&> blurRows;
+    CheckedKernel<const LongSumming&> addToLongSums;
+    CheckedKernel<const LongColumnBlurring&> blurColumnsLong;
+    CheckedKernel<const LongRowBlurring&> blurRowLong;
+    CheckedKernel<const RowDrawing&, const PlainWeights&> drawPlainRow;
+    CheckedKernel<const RowDrawing&, const WeightTables&> drawWeightedRow;
+    CheckedKernel<const RowCopying&> copyRow;
+};
+
 // A test that runs once for each level.
 class EveryLevel : public ::testing::TestWithParam<InstructionSet> {
   protected:
-    const KernelTable& kernels() const { return KernelsOf(GetParam()); }
+    CheckedKernels kernels() const { return CheckedKernels(KernelsOf(GetParam())); }
 };
 
 inline std::string LevelName(const ::testing::TestParamInfo<InstructionSet>& level) {

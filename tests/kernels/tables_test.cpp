@@ -47,6 +47,16 @@ TEST(KernelTables, HoldAFunctionOfTheirOwnInEverySlot) {
         << "a slot is not looked at here";
 }
 
+// What the tests of the kernels look for after every call.
+TEST(UpperHalves, AreSeenToBeInUse) {
+    if (!testing::TellsUnusedUpperHalves())
+        GTEST_SKIP() << "this processor does not tell when they no longer are";
+    __asm__ volatile("vpcmpeqd %%ymm0, %%ymm0, %%ymm0" ::: "xmm0");
+    EXPECT_TRUE(DetectInstructionSet() < InstructionSet::Avx2 || testing::AreUpperHalvesInUse());
+    __asm__ volatile("vzeroupper" ::: "memory");
+    EXPECT_FALSE(testing::AreUpperHalvesInUse());
+}
+
 TEST(KernelTables, AreNamedByTheirLevel) {
     for (int level = 0; level < instructionSetCount; ++level) {
         const auto instructionSet = static_cast<InstructionSet>(level);
