@@ -216,20 +216,21 @@ class ColumnBlender {
         constexpr int sumCount = 4;
         FourDoubles sums[sumCount];
         const ContributionList& exact = *list.exact;
-        ForEachRun(exact,
-                   [&](const Contribution* entries, std::int64_t count, const std::uint8_t* row) {
-                       row += offset;
-                       std::int64_t index = 0;
-                       const auto add = [&](FourDoubles& sum) {
-                           const __m128 weight = _mm_set1_ps(entries[index++].weight);
-                           sum = sum + FourDoubles::FromFloats(_mm_mul_ps(loadValues(row), weight));
-                           row += job_.rows.stride;
-                       };
-                       while (list.addsExactly && index + sumCount <= count)
-                           Repeat<sumCount>([&](auto place) { add(sums[place]); });
-                       while (index < count)
-                           add(sums[0]);
-                   });
+        const auto addRun = [&](const Contribution* entries, std::int64_t count,
+                                const std::uint8_t* row) {
+            row += offset;
+            const auto add = [&](FourDoubles& sum, const Contribution& entry) {
+                const __m128 weight = _mm_set1_ps(entry.weight);
+                sum = sum + FourDoubles::FromFloats(_mm_mul_ps(loadValues(row), weight));
+                row += job_.rows.stride;
+            };
+            std::int64_t index = 0;
+            for (; list.addsExactly && index + sumCount <= count; index += sumCount)
+                Repeat<sumCount>([&](auto place) { add(sums[place], entries[index + place]); });
+            for (; index < count; ++index)
+                add(sums[0], entries[index]);
+        };
+        ForEachRun(exact, addRun);
         return ((sums[0] + sums[1]) + (sums[2] + sums[3])).Mean(exact.weightSum);
     }
 
