@@ -8,8 +8,9 @@
 //
 // Exactness: sums are formed in integers with one digit of the weights, then with two. A list's
 // bounds say between which two values the definition's sum lies; where both have one whole part,
-// that is the byte. What is still open is computed by the definition, whose products are exact and
-// so may be fused.
+// that is the byte. Where one half of a list mirrors the other, equal sums of pixels and their
+// mirror images decide what is open. What is still open is computed by the definition, whose
+// products are exact and so may be fused.
 #pragma once
 
 #include <algorithm>
