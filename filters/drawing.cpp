@@ -36,23 +36,25 @@ kernels::SampleWeights WeightsAt(double fx, double fy, double alpha) {
             .bottomLeft = ((1.0 - fy) * fx) * alpha};
 }
 
-// The rows that a destination row takes from: those of the picture drawn and of its mask.
+// The picture that is drawn, and its mask.
 class DrawnPicture {
   public:
     // `mask` is null where the picture has none.
     DrawnPicture(const PictureEditor& picture, const PictureEditor* mask)
         : picture_(picture), mask_(mask) {}
 
-    kernels::SourceRows RowsAround(std::int32_t row) const {
-        return {.above = RowAt(WrappingSubtract<std::int32_t>(row, 1)),
-                .below = RowAt(row),
+    bool IsMasked() const { return mask_ != nullptr; }
+
+    // All that holds for every row; the rows themselves are not there yet.
+    kernels::SourceRows Rows() const {
+        return {.above = {},
+                .below = {},
                 .order = picture_.Order(),
                 .width = picture_.width,
                 .maskByte = mask_ == nullptr ? std::uint8_t{0} : mask_->Order().red,
                 .maskWidth = mask_ == nullptr || mask_->height < 1 ? 0 : mask_->width};
     }
 
-  private:
     kernels::PixelRow RowAt(std::int32_t row) const {
         if (row < 0 || row >= picture_.height) return {.pixels = nullptr, .mask = nullptr};
         // A mask of lesser height repeats its first row, as the row rule has it.
@@ -60,6 +62,7 @@ class DrawnPicture {
                 .mask = mask_ == nullptr ? nullptr : mask_->RowAddress(row)};
     }
 
+  private:
     const PictureEditor& picture_;
     const PictureEditor* mask_;
 };
@@ -78,103 +81,132 @@ bool Overlaps(const std::uint8_t* first, std::int64_t firstSize, const std::uint
 // definition's bytes.
 class RowPainter {
   public:
-    RowPainter(const PictureEditor& destination, std::int32_t offset,
-               const kernels::SampleWeights& weights, bool isMasked)
+    RowPainter(const PictureEditor& destination, const DrawnPicture& drawn, std::int32_t left,
+               std::int32_t top, const kernels::SampleWeights& weights)
         : destination_(destination),
-          offset_(offset),
-          weights_(weights),
-          isMasked_(isMasked),
-          plain_(isMasked ? std::nullopt : kernels::PlainWeightsFor(weights)) {
-        tables_.Fill(weights, isMasked);
+          drawn_(drawn),
+          top_(top),
+          job_{.source = drawn.Rows(),
+               .offset = left,
+               .weights = weights,
+               .order = destination.Order(),
+               .begin = 0,
+               .end = 0,
+               .destination = nullptr},
+          plain_(drawn.IsMasked() ? std::nullopt : kernels::PlainWeightsFor(weights)) {
+        const std::int64_t sourceWidth = job_.source.width;
+        touched_ = Within(left, left + sourceWidth + 1);
+        whole_ = Within(
+            left + std::int64_t{1},
+            left + (drawn.IsMasked() ? std::min(sourceWidth, job_.source.maskWidth) : sourceWidth));
+        tables_.Fill(weights, drawn.IsMasked());
     }
 
-    void DrawRow(std::int64_t y, const kernels::SourceRows& source) const {
-        kernels::RowDrawing job{.source = source,
-                                .offset = offset_,
-                                .weights = weights_,
-                                .order = destination_.Order(),
-                                .begin = 0,
-                                .end = destination_.width,
-                                .destination = destination_.RowAddress(y)};
-        if (SharesMemory(job)) {
-            kernels::DrawRow(job);
-            return;
+    void DrawRow(std::int64_t y) {
+        const auto row = WrappingSubtract(static_cast<std::int32_t>(y), top_);
+        job_.source.above = drawn_.RowAt(WrappingSubtract<std::int32_t>(row, 1));
+        job_.source.below = drawn_.RowAt(row);
+        job_.destination = destination_.RowAddress(y);
+        const bool takesAny =
+            job_.source.above.pixels != nullptr || job_.source.below.pixels != nullptr;
+        const bool takesBoth =
+            job_.source.above.pixels != nullptr && job_.source.below.pixels != nullptr;
+        if (SharesMemory()) {
+            DrawAsDefined({.begin = 0, .end = destination_.width});
+        } else if (!takesAny) {
+            MakeOpaque({.begin = 0, .end = destination_.width});
+        } else {
+            MakeOpaque({.begin = 0, .end = touched_.begin});
+            if (plain_ && takesBoth) {
+                DrawPlain(*plain_);
+            } else {
+                DrawWeighted();
+            }
+            MakeOpaque({.begin = touched_.end, .end = destination_.width});
         }
-        // Up to `whole.begin` and from `whole.end` on, one column takes one half of the samples.
-        const Columns touched = Within(offset_, offset_ + source.width + 1);
-        const Columns whole =
-            Within(offset_ + std::int64_t{1},
-                   offset_ + (isMasked_ ? std::min(source.width, source.maskWidth) : source.width));
-        if (source.above.pixels == nullptr && source.below.pixels == nullptr) {
-            MakeOpaque(job, {0, destination_.width});
-            return;
-        }
-        MakeOpaque(job, {0, touched.begin});
-        DrawWhole(job, whole);
-        DrawBorder(job, {touched.begin, std::min(whole.begin, touched.end)});
-        DrawBorder(job, {std::max(whole.end, touched.begin), touched.end});
-        MakeOpaque(job, {touched.end, destination_.width});
     }
 
   private:
-    // Columns `begin` to before `end`.
+    // Columns `begin` to before `end`; none where the end is not behind the beginning.
     struct Columns {
         std::int64_t begin;
         std::int64_t end;
+
+        bool AreNone() const { return begin >= end; }
     };
 
     Columns Within(std::int64_t begin, std::int64_t end) const {
         const std::int64_t first = std::clamp<std::int64_t>(begin, 0, destination_.width);
-        return {first, std::clamp(end, first, destination_.width)};
+        return {.begin = first, .end = std::clamp(end, first, destination_.width)};
     }
 
     // Rows that share memory must be drawn from left to right, pixel by pixel.
-    static bool SharesMemory(const kernels::RowDrawing& job) {
-        const std::int64_t size = job.end * bytesPerPixelWord;
-        const std::int64_t sourceSize = job.source.width * bytesPerPixelWord;
-        const std::int64_t maskSize = job.source.maskWidth * bytesPerPixelWord;
+    bool SharesMemory() const {
+        const std::int64_t size = destination_.width * bytesPerPixelWord;
+        const std::int64_t sourceSize = job_.source.width * bytesPerPixelWord;
+        const std::int64_t maskSize = job_.source.maskWidth * bytesPerPixelWord;
         const auto sharesMemory = [&](const kernels::PixelRow& row) {
-            return Overlaps(job.destination, size, row.pixels, sourceSize) ||
-                   Overlaps(job.destination, size, row.mask, maskSize);
+            return Overlaps(job_.destination, size, row.pixels, sourceSize) ||
+                   Overlaps(job_.destination, size, row.mask, maskSize);
         };
-        return sharesMemory(job.source.above) || sharesMemory(job.source.below);
+        return sharesMemory(job_.source.above) || sharesMemory(job_.source.below);
     }
 
-    static void MakeOpaque(const kernels::RowDrawing& job, Columns columns) {
-        if (columns.begin >= columns.end) return;
-        std::uint8_t* pixels = job.destination + columns.begin * bytesPerPixelWord;
+    void MakeOpaque(Columns columns) const {
+        if (columns.AreNone()) return;
+        std::uint8_t* pixels = job_.destination + columns.begin * bytesPerPixelWord;
         kernels::SelectedKernels().copyRow({.source = pixels,
-                                            .sourceOrder = job.order,
+                                            .sourceOrder = job_.order,
                                             .destination = pixels,
-                                            .order = job.order,
+                                            .order = job_.order,
                                             .width = columns.end - columns.begin,
                                             .streams = false});
     }
 
-    static void DrawBorder(kernels::RowDrawing job, Columns columns) {
-        job.begin = columns.begin;
-        job.end = columns.end;
-        kernels::DrawRow(job);
+    // Up to the first whole set, and behind the last one.
+    Columns LeftEnd() const {
+        return {.begin = touched_.begin, .end = std::min(whole_.begin, touched_.end)};
+    }
+    Columns RightEnd() const {
+        return {.begin = std::max(whole_.end, touched_.begin), .end = touched_.end};
     }
 
-    void DrawWhole(kernels::RowDrawing job, Columns columns) const {
-        if (columns.begin >= columns.end) return;
-        job.begin = columns.begin;
-        job.end = columns.end;
-        const bool takesAll =
-            job.source.above.pixels != nullptr && job.source.below.pixels != nullptr;
-        if (takesAll && plain_) {
-            kernels::SelectedKernels().drawPlainRow(job, *plain_);
-        } else {
-            kernels::SelectedKernels().drawWeightedRow(job, tables_);
-        }
+    Columns SelectColumns(Columns columns) {
+        job_.begin = columns.begin;
+        job_.end = columns.end;
+        return columns;
+    }
+
+    void DrawAsDefined(Columns columns) {
+        SelectColumns(columns);
+        kernels::DrawRow(job_);
+    }
+
+    // A column at either end of the source takes half of a set.
+    void DrawPlain(const kernels::PlainWeights& weights) {
+        if (job_.source.width < 1) return DrawWeighted();
+        if (!SelectColumns(whole_).AreNone())
+            kernels::SelectedKernels().drawPlainRow(job_, weights);
+        if (!SelectColumns(LeftEnd()).AreNone()) kernels::DrawLeftEnd(job_, weights);
+        if (!SelectColumns(RightEnd()).AreNone()) kernels::DrawRightEnd(job_, weights);
+    }
+
+    void DrawWeighted() {
+        if (!SelectColumns(whole_).AreNone())
+            kernels::SelectedKernels().drawWeightedRow(job_, tables_);
+        DrawAsDefined(LeftEnd());
+        DrawAsDefined(RightEnd());
     }
 
     const PictureEditor& destination_;
-    std::int32_t offset_;
-    kernels::SampleWeights weights_;
-    bool isMasked_;
-    // For rows that take all four samples; the first and the last do not.
+    const DrawnPicture& drawn_;
+    std::int32_t top_;
+    // The row and the columns in work; all else holds for the whole picture.
+    kernels::RowDrawing job_;
+    // The columns that take anything, and those that take whole sets of samples.
+    Columns touched_{};
+    Columns whole_{};
+    // For rows that take samples from above and below; the first and the last do not.
     std::optional<kernels::PlainWeights> plain_;
     kernels::WeightTables tables_;
 };
@@ -206,12 +238,11 @@ REALboolean DrawPictureF(REALpicture self, REALpicture pic, double x, double y, 
     const FractionalOffset top(y);
     const auto weights = WeightsAt(left.fraction, top.fraction, alpha);
     const DrawnPicture drawn(source, mask ? &maskEditor : nullptr);
-    const RowPainter painter(destination, left.whole, weights, bool{mask});
+    RowPainter painter(destination, drawn, left.whole, top.whole, weights);
     YieldData yielding{.interval = yieldInterval, .last = 0};
     yielding.Point();
     for (std::int64_t row = 0; row < destination.height; ++row) {
-        const auto sourceRow = WrappingSubtract(static_cast<std::int32_t>(row), top.whole);
-        painter.DrawRow(row, drawn.RowsAround(sourceRow));
+        painter.DrawRow(row);
         yielding.Point();
     }
     yielding.Point();

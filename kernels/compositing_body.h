@@ -30,13 +30,17 @@ void DrawInFours(const RowDrawing& job, Draw draw) {
 }
 
 // With `mayBeOne` a weight may be 1, with `isArranged` both pictures have one order of channels.
+// Sums are formed in the order of the source.
 template <typename Words, bool mayBeOne, bool isArranged>
 class PlainDrawer {
   public:
     PlainDrawer(const RowDrawing& job, const PlainWeights& weights)
-        : job_(job),
-          fromSource_(job.source.order, job.order),
-          makeOpaque_(job.order, job.order),
+        : above_(SamplesAt(job, job.source.above.pixels)),
+          below_(SamplesAt(job, job.source.below.pixels)),
+          destination_(job.destination + job.begin * bytesPerPixelWord),
+          size_((job.end - job.begin) * bytesPerPixelWord),
+          fromOwn_(job.order, job.source.order),
+          toOwn_(job.source.order, job.order),
           topLeft_(weights.topLeft),
           topRight_(weights.topRight),
           bottomRight_(weights.bottomRight),
@@ -44,58 +48,72 @@ class PlainDrawer {
           rest_(weights.rest) {}
 
     void Run() const {
-        const std::uint8_t* above = SamplesAt(job_.source.above.pixels);
-        const std::uint8_t* below = SamplesAt(job_.source.below.pixels);
-        std::uint8_t* destination = job_.destination + job_.begin * bytesPerPixelWord;
-        const std::int64_t size = (job_.end - job_.begin) * bytesPerPixelWord;
-        std::int64_t offset = 0;
-        for (; offset + groupSize <= size; offset += groupSize)
-            Draw(above + offset, below + offset, destination + offset);
-        DrawRest(above + offset, below + offset, destination + offset,
-                 static_cast<std::size_t>(size - offset));
+        if (size_ < groupSize) return DrawFew();
+        // The last group may overlap the one before it, and is drawn before that one changes it.
+        const std::int64_t end = size_ - groupSize;
+        const Pixels last = Drawn(above_ + end, below_ + end, destination_ + end);
+        for (std::int64_t offset = 0; offset < end; offset += groupSize) {
+            Words::StorePixels(destination_ + offset,
+                               Drawn(above_ + offset, below_ + offset, destination_ + offset));
+        }
+        Words::StorePixels(destination_ + end, last);
     }
 
   private:
     using Scaler = typename Words::template Scaler<mayBeOne>;
-    static constexpr std::int64_t groupSize = drawnPixelsAtOnce * bytesPerPixelWord;
+    using Pixels = typename Words::Pixels;
+    static constexpr std::int64_t groupSize = Words::pixelCount * bytesPerPixelWord;
+
+    // What pixels have taken so far, bytes at even and at odd places.
+    struct Sums {
+        Words even;
+        Words odd;
+
+        Sums(Pixels pixels, const Scaler& scale)
+            : even(scale(Words::EvenBytes(pixels))), odd(scale(Words::OddBytes(pixels))) {}
+
+        void Add(const Sums& other) {
+            even = even + other.even;
+            odd = odd + other.odd;
+        }
+    };
 
     // The left sample of the job's first column in a row.
-    const std::uint8_t* SamplesAt(const std::uint8_t* row) const {
-        return row + (job_.begin - job_.offset - 1) * bytesPerPixelWord;
+    static const std::uint8_t* SamplesAt(const RowDrawing& job, const std::uint8_t* row) {
+        return row + (job.begin - job.offset - 1) * bytesPerPixelWord;
     }
 
-    Words Sample(const std::uint8_t* pixels, const Scaler& scale) const {
-        const __m128i bytes = Sse2::LoadAll(pixels);
-        return scale(Words::FromBytes(isArranged ? bytes : fromSource_(bytes)));
-    }
-
-    void Draw(const std::uint8_t* above, const std::uint8_t* below,
-              std::uint8_t* destination) const {
-        Words sums = rest_(Words::FromBytes(Sse2::LoadAll(destination)));
-        sums = sums + Sample(above, topLeft_);
-        sums = sums + Sample(above + bytesPerPixelWord, topRight_);
-        sums = sums + Sample(below + bytesPerPixelWord, bottomRight_);
-        sums = sums + Sample(below, bottomLeft_);
-        Sse2::StoreAll(destination, makeOpaque_(sums.ToBytes()));
+    // The pixels of a group.
+    Pixels Drawn(const std::uint8_t* above, const std::uint8_t* below,
+                 const std::uint8_t* destination) const {
+        const Pixels own = Words::LoadPixels(destination);
+        Sums sums(isArranged ? own : fromOwn_(own), rest_);
+        sums.Add(Sums(Words::LoadPixels(above), topLeft_));
+        sums.Add(Sums(Words::LoadPixels(above + bytesPerPixelWord), topRight_));
+        sums.Add(Sums(Words::LoadPixels(below + bytesPerPixelWord), bottomRight_));
+        sums.Add(Sums(Words::LoadPixels(below), bottomLeft_));
+        return Words::Unite(sums.even, sums.odd, toOwn_);
     }
 
     // Draws fewer pixels than a group has, from copies that are long enough.
-    void DrawRest(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* destination,
-                  std::size_t size) const {
-        if (size == 0) return;
-        std::uint8_t aboveCopy[groupSize + bytesPerPixelWord] = {};
-        std::uint8_t belowCopy[groupSize + bytesPerPixelWord] = {};
-        std::uint8_t copy[groupSize] = {};
-        __builtin_memcpy(aboveCopy, above, size + bytesPerPixelWord);
-        __builtin_memcpy(belowCopy, below, size + bytesPerPixelWord);
-        __builtin_memcpy(copy, destination, size);
-        Draw(aboveCopy, belowCopy, copy);
-        __builtin_memcpy(destination, copy, size);
+    void DrawFew() const {
+        const auto size = static_cast<std::size_t>(size_);
+        std::uint8_t above[groupSize + bytesPerPixelWord] = {};
+        std::uint8_t below[groupSize + bytesPerPixelWord] = {};
+        std::uint8_t pixels[groupSize] = {};
+        __builtin_memcpy(above, above_, size + bytesPerPixelWord);
+        __builtin_memcpy(below, below_, size + bytesPerPixelWord);
+        __builtin_memcpy(pixels, destination_, size);
+        Words::StorePixels(pixels, Drawn(above, below, pixels));
+        __builtin_memcpy(destination_, pixels, size);
     }
 
-    const RowDrawing& job_;
-    typename Words::Arrangement fromSource_;
-    typename Words::Arrangement makeOpaque_;
+    const std::uint8_t* above_;
+    const std::uint8_t* below_;
+    std::uint8_t* destination_;
+    std::int64_t size_;
+    typename Words::PixelArrangement fromOwn_;
+    typename Words::PartedArrangement toOwn_;
     Scaler topLeft_;
     Scaler topRight_;
     Scaler bottomRight_;

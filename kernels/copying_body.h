@@ -59,25 +59,58 @@ void CopyLongRow(const RowCopying& job) {
 // Makes a row opaque in its place. What is opaque already is left alone: memory that is not written
 // need not be written back.
 template <typename Vectors>
-void MakeRowOpaque(const RowCopying& job) {
-    const typename Vectors::Arrangement arrange(job.order, job.order);
-    const std::int64_t size = job.width * bytesPerPixelWord;
-    const auto makeOpaque = [&](std::int64_t offset) {
-        const typename Vectors::Bytes pixels = Vectors::LoadAll(job.destination + offset);
-        const typename Vectors::Bytes opaque = arrange(pixels);
-        if (Vectors::Differing(pixels, opaque) != 0)
-            Vectors::StoreAll(job.destination + offset, opaque);
-    };
-    for (std::int64_t offset = 0; offset + Vectors::byteCount <= size; offset += Vectors::byteCount)
-        makeOpaque(offset);
-    makeOpaque(size - Vectors::byteCount);
-}
+class RowOpaquer {
+  public:
+    explicit RowOpaquer(const RowCopying& job)
+        : pixels_(job.destination),
+          size_(job.width * bytesPerPixelWord),
+          opaque_(Vectors::Repeat32(FourthByte(job.order, job.order.opaque))),
+          colours_(Vectors::Repeat32(~FourthByte(job.order, 0xFF))) {}
+
+    void Run() const {
+        std::int64_t offset = 0;
+        for (; offset + 4 * step <= size_; offset += 4 * step) {
+            const Bytes differences = Difference(offset) | Difference(offset + step) |
+                                      Difference(offset + 2 * step) | Difference(offset + 3 * step);
+            if (Vectors::Differing(differences & ~colours_, Bytes{}) == 0) continue;
+            for (std::int64_t vector = 0; vector < 4; ++vector)
+                MakeOpaque(offset + vector * step);
+        }
+        for (; offset + step <= size_; offset += step)
+            MakeOpaque(offset);
+        MakeOpaque(size_ - step);
+    }
+
+  private:
+    using Bytes = typename Vectors::Bytes;
+    static constexpr std::int64_t step = Vectors::byteCount;
+
+    static std::int32_t FourthByte(const ChannelOrder& order, std::uint32_t value) {
+        return static_cast<std::int32_t>(value << (8U * order.alpha));
+    }
+
+    // In fourth bytes, the bits that are not as they are to become.
+    Bytes Difference(std::int64_t offset) const {
+        return Vectors::LoadAll(pixels_ + offset) ^ opaque_;
+    }
+
+    void MakeOpaque(std::int64_t offset) const {
+        const Bytes pixels = Vectors::LoadAll(pixels_ + offset);
+        const Bytes opaque = (pixels & colours_) | opaque_;
+        if (Vectors::Differing(pixels, opaque) != 0) Vectors::StoreAll(pixels_ + offset, opaque);
+    }
+
+    std::uint8_t* pixels_;
+    std::int64_t size_;
+    Bytes opaque_;
+    Bytes colours_;
+};
 
 template <typename Simd, typename Narrow>
 void CopyRow(const RowCopying& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
     if (job.source == job.destination && size >= Simd::byteCount) {
-        MakeRowOpaque<Simd>(job);
+        RowOpaquer<Simd>(job).Run();
     } else if (size >= Simd::byteCount) {
         job.streams ? CopyLongRow<Simd, true>(job) : CopyLongRow<Simd, false>(job);
     } else if (size >= Narrow::byteCount) {

@@ -8,6 +8,10 @@
 // is none; all 256 values are tried.
 #include "kernels/drawing_weights.h"
 
+#include <cstring>
+
+#include "kernels/arithmetic.h"
+
 namespace zvk::kernels {
 
 namespace {
@@ -18,6 +22,34 @@ bool ScalesAllBytes(double weight, std::int32_t multiplier) {
     for (std::int32_t value = 0; value < 256; ++value)
         differences |= (value * multiplier >> 16) ^ static_cast<std::int32_t>(value * weight);
     return differences == 0;
+}
+
+// The scaled form of what is left to the destination. It adds nothing unless it is above 0.
+std::optional<ScaledWeight> ScaleRest(double remaining) {
+    return ScaleWeight(remaining > 0.0 ? remaining : 0.0);
+}
+
+// A column of the source that a pixel takes from, and the weights.
+struct EndColumn {
+    std::int64_t column;
+    ScaledWeight above;
+    ScaledWeight below;
+    ScaledWeight rest;
+};
+
+void DrawEnd(const RowDrawing& job, const EndColumn& end) {
+    const std::uint8_t* const above = job.source.above.pixels + end.column * bytesPerPixelWord;
+    const std::uint8_t* const below = job.source.below.pixels + end.column * bytesPerPixelWord;
+    std::uint8_t* const own = job.destination + job.begin * bytesPerPixelWord;
+    const auto channel = [&](std::uint8_t sourcePlace, std::uint8_t place) {
+        return ClampToByte(end.above.Scale(above[sourcePlace]) +
+                           end.below.Scale(below[sourcePlace]) + end.rest.Scale(own[place]));
+    };
+    const ChannelOrder& source = job.source.order;
+    const std::uint32_t pixel =
+        OpaquePixel(job.order, channel(source.red, job.order.red),
+                    channel(source.green, job.order.green), channel(source.blue, job.order.blue));
+    std::memcpy(own, &pixel, sizeof pixel);
 }
 
 }  // namespace
@@ -36,17 +68,34 @@ std::optional<ScaledWeight> ScaleWeight(double weight) {
     return std::nullopt;
 }
 
+// What remains is subtracted from in the order of the samples.
 std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights) {
-    const double remaining =
-        (((1.0 - weights.topLeft) - weights.topRight) - weights.bottomRight) - weights.bottomLeft;
     const auto topLeft = ScaleWeight(weights.topLeft);
     const auto topRight = ScaleWeight(weights.topRight);
     const auto bottomRight = ScaleWeight(weights.bottomRight);
     const auto bottomLeft = ScaleWeight(weights.bottomLeft);
-    // What remains adds nothing unless it is above 0.
-    const auto rest = ScaleWeight(remaining > 0.0 ? remaining : 0.0);
-    if (!topLeft || !topRight || !bottomRight || !bottomLeft || !rest) return std::nullopt;
-    return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft, *rest};
+    if (!topLeft || !topRight || !bottomRight || !bottomLeft) return std::nullopt;
+    const auto rest = ScaleRest(
+        (((1.0 - weights.topLeft) - weights.topRight) - weights.bottomRight) - weights.bottomLeft);
+    const auto leftRest = ScaleRest((1.0 - weights.topRight) - weights.bottomRight);
+    const auto rightRest = ScaleRest((1.0 - weights.topLeft) - weights.bottomLeft);
+    if (!rest || !leftRest || !rightRest) return std::nullopt;
+    return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft,
+                        *rest,    *leftRest, *rightRest};
+}
+
+void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights) {
+    DrawEnd(job, {.column = 0,
+                  .above = weights.topRight,
+                  .below = weights.bottomRight,
+                  .rest = weights.leftRest});
+}
+
+void DrawRightEnd(const RowDrawing& job, const PlainWeights& weights) {
+    DrawEnd(job, {.column = job.source.width - 1,
+                  .above = weights.topLeft,
+                  .below = weights.bottomLeft,
+                  .rest = weights.rightRest});
 }
 
 void WeightTables::Fill(const SampleWeights& weights, bool isMasked) {

@@ -13,18 +13,25 @@ namespace zvk::kernels {
 struct ScaledWeight {
     std::uint16_t multiplier;
     bool isOne;
+
+    // trunc(value * w).
+    std::int32_t Scale(std::uint8_t value) const {
+        return isOne ? value : value * multiplier >> 16;
+    }
 };
 
 // The scaled form of a weight, or nothing for one below 0, above 1 or not a number.
 std::optional<ScaledWeight> ScaleWeight(double weight);
 
-// The weights of the pixels of a row that all take all four samples.
+// The weights of the pixels of a row that takes samples from above and below.
 struct PlainWeights {
     ScaledWeight topLeft;
     ScaledWeight topRight;
     ScaledWeight bottomRight;
     ScaledWeight bottomLeft;
-    ScaledWeight rest;  // of the destination's own pixel
+    ScaledWeight rest;       // of the destination's own pixel, where it takes all four samples
+    ScaledWeight leftRest;   // the same at the source's left end, where it takes the right samples
+    ScaledWeight rightRest;  // the same at its right end, where it takes the left ones
 
     bool HasOne() const {
         return topLeft.isOne || topRight.isOne || bottomRight.isOne || bottomLeft.isOne ||
@@ -34,6 +41,11 @@ struct PlainWeights {
 
 // The scaled forms of weights; nothing if any has none.
 std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights);
+
+// Draws column `job.begin` of a row that takes samples from above and below, where it is the one
+// that takes only the right samples or only the left ones, and the rows share no memory.
+void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights);
+void DrawRightEnd(const RowDrawing& job, const PlainWeights& weights);
 
 // The weights of every mask value; without a mask only the first, of value 0, is used.
 struct WeightTables {

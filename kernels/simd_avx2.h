@@ -125,7 +125,7 @@ struct Avx2 {
                                        _mm256_srl_epi16(_mm256_mulhi_epu16(high, factor), shift));
         }
     };
-    static Bytes BroadcastPair(std::int32_t pair) { return _mm256_set1_epi32(pair); }
+    static Bytes Repeat32(std::int32_t bits) { return _mm256_set1_epi32(bits); }
 
     // The pixels at the given places.
     static Bytes PermutePixels(Bytes pixels, Bytes places) {
@@ -161,16 +161,26 @@ struct Avx2 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(_mm256_broadcastsi128_si256(ShufflePattern(from, to))),
-              opaque_(_mm256_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+            : Arrangement(ShufflePattern(from, to), to) {}
 
         Bytes operator()(Bytes pixels) const {
             return _mm256_or_si256(_mm256_shuffle_epi8(pixels, shuffle_), opaque_);
         }
 
+      protected:
+        Arrangement(__m128i shuffle, const ChannelOrder& to)
+            : shuffle_(_mm256_broadcastsi128_si256(shuffle)),
+              opaque_(_mm256_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
       private:
         __m256i shuffle_;
         __m256i opaque_;
+    };
+
+    class PartedArrangement : public Arrangement {
+      public:
+        PartedArrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : Arrangement(PartedShufflePattern(from, to), to) {}
     };
 };
 

@@ -122,7 +122,7 @@ struct Avx512 {
                                        _mm512_srl_epi16(_mm512_mulhi_epu16(high, factor), shift));
         }
     };
-    static Bytes BroadcastPair(std::int32_t pair) { return _mm512_set1_epi32(pair); }
+    static Bytes Repeat32(std::int32_t bits) { return _mm512_set1_epi32(bits); }
 
     // The pixels at the given places.
     static Bytes PermutePixels(Bytes pixels, Bytes places) {

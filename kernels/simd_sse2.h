@@ -127,7 +127,7 @@ struct Sse2 {
                                     _mm_srl_epi16(_mm_mulhi_epu16(high, factor), shift));
         }
     };
-    static Bytes BroadcastPair(std::int32_t pair) { return _mm_set1_epi32(pair); }
+    static Bytes Repeat32(std::int32_t bits) { return _mm_set1_epi32(bits); }
 
     static Bytes InOrder(Bytes bytes) { return bytes; }
     static Mask Differing(Bytes left, Bytes right) {
@@ -203,6 +203,19 @@ struct Sse2 {
         __m128i opaque_;
         __m128i down_[3];
         __m128i up_[3];
+    };
+
+    // The same for pixels whose bytes at even places all lie before those at odd places.
+    class PartedArrangement {
+      public:
+        PartedArrangement(const ChannelOrder& from, const ChannelOrder& to) : arrange_(from, to) {}
+
+        Bytes operator()(Bytes parted) const {
+            return arrange_(_mm_unpacklo_epi8(parted, _mm_srli_si128(parted, 8)));
+        }
+
+      private:
+        Arrangement arrange_;
     };
 };
 

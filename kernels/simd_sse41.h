@@ -9,14 +9,30 @@ namespace zvk::kernels {
 namespace {
 
 // The byte positions from which sixteen bytes take the channels of their pixels; the fourth byte
-// takes none and becomes 0.
-inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
+// takes none and becomes 0. Those of the first pixel lie as `from` has it, those of each other one
+// `step` bytes behind those of the pixel before it.
+inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to,
+                              int step = bytesPerPixelWord) {
     constexpr std::uint32_t none = 0x80;
     const std::uint32_t firstPixel =
         std::uint32_t{from.red} << (8U * to.red) | std::uint32_t{from.green} << (8U * to.green) |
         std::uint32_t{from.blue} << (8U * to.blue) | none << (8U * to.alpha);
+    const int steps = 0x01010101 * step;
     return _mm_add_epi8(_mm_set1_epi32(static_cast<int>(firstPixel)),
-                        _mm_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C));
+                        _mm_setr_epi32(0, steps, 2 * steps, 3 * steps));
+}
+
+// The same where the bytes at even places of all pixels lie before those at odd places.
+inline __m128i PartedShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
+    const auto placeOf = [](int place) {
+        return static_cast<std::uint8_t>(place % 2 * 8 + place / 2);
+    };
+    const ChannelOrder parted{.red = placeOf(from.red),
+                              .green = placeOf(from.green),
+                              .blue = placeOf(from.blue),
+                              .alpha = placeOf(from.alpha),
+                              .opaque = from.opaque};
+    return ShufflePattern(parted, to, 2);
 }
 
 struct Sse41 : Sse2 {
@@ -63,16 +79,26 @@ struct Sse41 : Sse2 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(ShufflePattern(from, to)),
-              opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+            : Arrangement(ShufflePattern(from, to), to) {}
 
         Bytes operator()(Bytes pixels) const {
             return _mm_or_si128(_mm_shuffle_epi8(pixels, shuffle_), opaque_);
         }
 
+      protected:
+        Arrangement(__m128i shuffle, const ChannelOrder& to)
+            : shuffle_(shuffle),
+              opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
       private:
         __m128i shuffle_;
         __m128i opaque_;
+    };
+
+    class PartedArrangement : public Arrangement {
+      public:
+        PartedArrangement(const ChannelOrder& from, const ChannelOrder& to)
+            : Arrangement(PartedShufflePattern(from, to), to) {}
     };
 };
 

@@ -58,7 +58,7 @@ class WholeBlender {
         const std::uint8_t* const* rows = rows_;
         for (std::int32_t pair = 0; pair < pairCount_; ++pair, rows += 2) {
             sums.Add(Simd::LoadAll(rows[0] + offset), Simd::LoadAll(rows[1] + offset),
-                     Simd::BroadcastPair(pairs_[row][pair]));
+                     Simd::Repeat32(pairs_[row][pair]));
         }
         return arrange_(sums.DividedBy(quotients_[row]));
     }

@@ -13,6 +13,23 @@ struct WideWords {
 
     __m256i words;
 
+    // Eight pixels, and their bytes at even and at odd places as words.
+    using Pixels = __m256i;
+    using PixelArrangement = Avx2::Arrangement;
+    using PartedArrangement = Avx2::PartedArrangement;
+    static constexpr std::int64_t pixelCount = 8;
+
+    static Pixels LoadPixels(const std::uint8_t* pixels) { return Avx2::LoadAll(pixels); }
+    static void StorePixels(std::uint8_t* target, Pixels pixels) { Avx2::StoreAll(target, pixels); }
+    static WideWords EvenBytes(Pixels pixels) {
+        return {_mm256_and_si256(pixels, _mm256_set1_epi16(255))};
+    }
+    static WideWords OddBytes(Pixels pixels) { return {_mm256_srli_epi16(pixels, 8)}; }
+    // Clamps both to bytes and puts them together again.
+    static Pixels Unite(WideWords even, WideWords odd, const PartedArrangement& arrange) {
+        return arrange(_mm256_packus_epi16(even.words, odd.words));
+    }
+
     static WideWords Load(const std::uint16_t* words) {
         return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(words))};
     }

@@ -15,6 +15,46 @@ struct WordPair {
     __m128i low;
     __m128i high;
 
+    // Eight pixels, and their bytes at even and at odd places as words.
+    struct Pixels {
+        __m128i low;
+        __m128i high;
+    };
+    using PartedArrangement = typename Simd::PartedArrangement;
+    static constexpr std::int64_t pixelCount = 8;
+
+    class PixelArrangement {
+      public:
+        PixelArrangement(const ChannelOrder& from, const ChannelOrder& to) : arrange_(from, to) {}
+
+        Pixels operator()(Pixels pixels) const {
+            return {arrange_(pixels.low), arrange_(pixels.high)};
+        }
+
+      private:
+        Arrangement arrange_;
+    };
+
+    static Pixels LoadPixels(const std::uint8_t* pixels) {
+        return {Simd::LoadAll(pixels), Simd::LoadAll(pixels + Simd::byteCount)};
+    }
+    static void StorePixels(std::uint8_t* target, Pixels pixels) {
+        Simd::StoreAll(target, pixels.low);
+        Simd::StoreAll(target + Simd::byteCount, pixels.high);
+    }
+    static WordPair EvenBytes(Pixels pixels) {
+        const __m128i byte = _mm_set1_epi16(255);
+        return {_mm_and_si128(pixels.low, byte), _mm_and_si128(pixels.high, byte)};
+    }
+    static WordPair OddBytes(Pixels pixels) {
+        return {_mm_srli_epi16(pixels.low, 8), _mm_srli_epi16(pixels.high, 8)};
+    }
+    // Clamps both to bytes and puts them together again.
+    static Pixels Unite(WordPair even, WordPair odd, const PartedArrangement& arrange) {
+        return {arrange(_mm_packus_epi16(even.low, odd.low)),
+                arrange(_mm_packus_epi16(even.high, odd.high))};
+    }
+
     static WordPair Load(const std::uint16_t* words) {
         const auto* vectors = reinterpret_cast<const __m128i*>(words);
         return {_mm_loadu_si128(vectors), _mm_loadu_si128(vectors + 1)};

@@ -368,6 +368,54 @@ TEST_P(FilterRowKernels, DrawEveryWidthAndAnyWeightsAndTouchNothingElse) {
     }
 }
 
+// The columns before the first and behind the last pixel of the source.
+TEST(PlainWeights, DrawTheEndsOfARowAsTheDefinitionDoes) {
+    std::mt19937 random(7);
+    int drawn = 0;
+    for (std::int64_t width = 1; width <= 40; ++width) {
+        const auto fx = std::generate_canonical<double, 53>(random);
+        const auto fy = std::generate_canonical<double, 53>(random);
+        for (const double alpha : {1.0, 0.0, 0.5, fx}) {
+            for (const SampleWeights& weights :
+                 {WeightsOf(fx, fy, alpha), WeightsOf(0.0, 0.0, alpha), WeightsOf(fx, 0.0, alpha),
+                  WeightsOf(0.5, 0.5, alpha)}) {
+                const auto plain = PlainWeightsFor(weights);
+                if (!plain) continue;
+                GuardedBytes above(4 * width);
+                GuardedBytes below(4 * width, Guard::Before);
+                GuardedBytes found(4 * (width + 1));
+                for (GuardedBytes* bytes : {&above, &below, &found})
+                    bytes->FillRandomly(random);
+                std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
+                RowDrawing job{.source = {.above = {.pixels = above.data(), .mask = nullptr},
+                                          .below = {.pixels = below.data(), .mask = nullptr},
+                                          .order = testing::orders[random() % 3],
+                                          .width = width,
+                                          .maskByte = 0,
+                                          .maskWidth = 0},
+                               .offset = 0,
+                               .weights = weights,
+                               .order = testing::orders[random() % 3],
+                               .begin = 0,
+                               .end = 1,
+                               .destination = expected.data()};
+                DrawRow(job);
+                job.destination = found.data();
+                DrawLeftEnd(job, *plain);
+                job.begin = width;
+                job.end = width + 1;
+                DrawRightEnd(job, *plain);
+                job.destination = expected.data();
+                DrawRow(job);
+                ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()),
+                          expected);
+                ++drawn;
+            }
+        }
+    }
+    EXPECT_GT(drawn, 400);
+}
+
 TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
     for (std::int64_t width = 1; width <= 70; ++width) {
         const Guard guard = width % 2 ? Guard::Behind : Guard::Before;
@@ -426,6 +474,24 @@ TEST_P(FilterRowKernels, MakeRowsOpaqueInTheirPlace) {
                 expected[x + order.alpha] = order.opaque;
             kernels().copyRow({row.data(), order, row.data(), order, width, false});
             ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected);
+        }
+    }
+}
+
+TEST_P(FilterRowKernels, FindTheOnePixelOfARowThatIsNotOpaque) {
+    constexpr std::int64_t width = 150;
+    for (const ChannelOrder& order : testing::orders) {
+        GuardedBytes row(4 * width);
+        row.FillRandomly(random);
+        for (std::int64_t x = 0; x < width; ++x)
+            row.data()[4 * x + order.alpha] = order.opaque;
+        const std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
+        for (std::int64_t x = 0; x < width; ++x) {
+            for (const unsigned flaw : {0x01U, 0x80U, 0xFFU}) {
+                row.data()[4 * x + order.alpha] = static_cast<std::uint8_t>(order.opaque ^ flaw);
+                kernels().copyRow({row.data(), order, row.data(), order, width, false});
+                ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected) << x;
+            }
         }
     }
 }
