@@ -4,7 +4,7 @@
 // between S / w and S / w + 1 / 2w and so truncates to S div w; h drops out. Here (S + 0.5) / w is
 // formed in single precision. It lies at least 0.5 / w off every whole number, and is off by at
 // most 256 * 3 * 2^-24, which is less for w up to 8192. S is exact below 2^24. For short boxes S
-// and its quotient are formed in 16 bits, by the condition that `Quotient` states.
+// is formed in 16 bits, and its quotient is the upper half of its product with 2^16 / w rounded up.
 //
 // Rounded, the mean is trunc(S / w + 0.5), and so (S + w div 2) div w: w div 2 is added to S first.
 #pragma once
@@ -12,7 +12,6 @@
 #include "kernels/box_average.h"
 #include "kernels/kernel_table.h"
 #include "kernels/prefetching.h"
-#include "kernels/quotient.h"
 #include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
@@ -139,21 +138,35 @@ class PixelPicker {
     typename Simd::Arrangement arrange_;
 };
 
+inline constexpr std::int64_t longestShortBox = 4;
+
+// The upper half of a sum's product with it is the sum's quotient by the width of a short box.
+constexpr std::int64_t ShortBoxMultiplier(std::int64_t boxWidth) {
+    return (0x10000 + boxWidth - 1) / boxWidth;
+}
+
+consteval bool ShortBoxMultipliersDivide() {
+    for (std::int64_t width = 2; width <= longestShortBox; ++width) {
+        for (std::int64_t sum = 0; sum <= 255 * width + width / 2; ++sum) {
+            if (sum * ShortBoxMultiplier(width) / 0x10000 != sum / width) return false;
+        }
+    }
+    return true;
+}
+static_assert(ShortBoxMultipliersDivide());
+
 // Averages boxes of two to four pixels.
 template <typename Simd>
 class ShortBoxAverager {
   public:
-    static constexpr std::int64_t longest = 4;
-    static_assert(Quotient::Exists(2, 1) && Quotient::Exists(3, 1) && Quotient::Exists(4, 2));
+    static constexpr std::int64_t longest = longestShortBox;
 
     explicit ShortBoxAverager(const RowAveraging& job)
         : arrange_(job.sourceOrder, job.order),
           inside_(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3),
                                   _mm_set1_epi32(static_cast<int>(job.boxWidth)))) {
-        const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
         addend_ = _mm_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
-        multiplier_ = _mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
-        shift_ = _mm_cvtsi32_si128(quotient.shift);
+        multiplier_ = _mm_set1_epi16(static_cast<std::int16_t>(ShortBoxMultiplier(job.boxWidth)));
     }
 
     void Run(const RowAveraging& job) const {
@@ -182,7 +195,7 @@ class ShortBoxAverager {
     // The channels of the boxes that start at two pixels, in 16 bits.
     __m128i Means(const std::uint8_t* source, std::int64_t first, std::int64_t second) const {
         const __m128i sums = Simd::SumTwoBoxes(Box(source, first), Box(source, second));
-        return _mm_srl_epi16(_mm_mulhi_epu16(_mm_add_epi16(sums, addend_), multiplier_), shift_);
+        return _mm_mulhi_epu16(_mm_add_epi16(sums, addend_), multiplier_);
     }
 
     __m128i Box(const std::uint8_t* source, std::int64_t start) const {
@@ -193,7 +206,6 @@ class ShortBoxAverager {
     __m128i inside_;
     __m128i addend_;
     __m128i multiplier_;
-    __m128i shift_;
 };
 
 // `Pixels` takes boxes of one pixel, `ShortBoxes` averages those of two to four.

@@ -55,10 +55,9 @@ class WideBoxAverager {
           arrange_(job.sourceOrder, job.order),
           inside_(InsideOf(job.boxWidth)),
           third_(_mm256_set1_epi16(job.boxWidth == 3 ? 1 : 0)) {
-        const Quotient quotient = Quotient::By(static_cast<std::int32_t>(job.boxWidth));
         addend_ = _mm256_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
-        multiplier_ = _mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
-        shift_ = _mm_cvtsi32_si128(quotient.shift);
+        multiplier_ =
+            _mm256_set1_epi16(static_cast<std::int16_t>(ShortBoxMultiplier(job.boxWidth)));
     }
 
     void Run(const RowAveraging& job) const {
@@ -96,7 +95,7 @@ class WideBoxAverager {
             return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
         }
         const std::uint8_t* const first = source + starts[0] * bytesPerPixelWord;
-        if (step == 4) return InWords(SumByFours(first), SumByFours(first + 2 * Avx2::byteCount));
+        if (step == 4) return MeansByFours(first);
         if (step == 2 && job.boxWidth <= 3)
             return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
         const std::int64_t size = step * bytesPerPixelWord;
@@ -120,8 +119,19 @@ class WideBoxAverager {
 
     // Means of twice four boxes, given by their channels' sums in words.
     __m256i InWords(__m256i low, __m256i high) const {
-        const __m256i bytes = _mm256_packus_epi16(Divide(low), Divide(high));
-        return _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0));
+        return _mm256_permute4x64_epi64(Divide(low, high), _MM_SHUFFLE(3, 1, 2, 0));
+    }
+
+    // Means of eight boxes of up to four pixels that begin four pixels apart; it reads thirty-two
+    // pixels.
+    __m256i MeansByFours(const std::uint8_t* pixels) const {
+        const auto pairs = [&](int vector) {
+            return SumPairs(Avx2::LoadAll(pixels + vector * Avx2::byteCount));
+        };
+        // A vector has one box in either half: the sums of two are those of every second box.
+        const __m256i byTurns =
+            Divide(_mm256_hadd_epi16(pairs(0), pairs(1)), _mm256_hadd_epi16(pairs(2), pairs(3)));
+        return Avx2::InOrder(byTurns);
     }
 
     // The channels' sums of four boxes of two or three pixels, each of which begins two pixels
@@ -129,14 +139,6 @@ class WideBoxAverager {
     __m256i SumByTwos(const std::uint8_t* pixels) const {
         return _mm256_add_epi16(SumTwos(Avx2::LoadAll(pixels), _mm256_set1_epi8(1)),
                                 SumTwos(Avx2::LoadAll(pixels + 2 * bytesPerPixelWord), third_));
-    }
-
-    // The same for boxes of up to four pixels that begin four pixels apart; it reads sixteen
-    // pixels.
-    __m256i SumByFours(const std::uint8_t* pixels) const {
-        const __m256i byTurns = _mm256_hadd_epi16(
-            SumPairs(Avx2::LoadAll(pixels)), SumPairs(Avx2::LoadAll(pixels + Avx2::byteCount)));
-        return _mm256_permute4x64_epi64(byTurns, _MM_SHUFFLE(3, 1, 2, 0));
     }
 
     // For each channel, the weighted sums of two pixels.
@@ -164,9 +166,12 @@ class WideBoxAverager {
         return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, byChannel), inside_);
     }
 
-    __m256i Divide(__m256i sums) const {
-        return _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_add_epi16(sums, addend_), multiplier_),
-                                shift_);
+    // Means of boxes given by their channels' sums, each half by itself.
+    __m256i Divide(__m256i low, __m256i high) const {
+        const auto quotients = [this](__m256i sums) {
+            return _mm256_mulhi_epu16(_mm256_add_epi16(sums, addend_), multiplier_);
+        };
+        return _mm256_packus_epi16(quotients(low), quotients(high));
     }
 
     ShortBoxAverager<Sse41> fewer_;
@@ -176,7 +181,6 @@ class WideBoxAverager {
     __m256i third_;
     __m256i addend_;
     __m256i multiplier_;
-    __m128i shift_;
 };
 
 }  // namespace

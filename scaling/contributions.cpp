@@ -17,9 +17,23 @@ bool ContributionTable::Allocate(std::int64_t length) {
 
 void ContributionTable::Clear() {
     for (ContributionList& list : Lists(length_)) {
-        std::free(list.entries);
+        if (block_ == nullptr) std::free(list.entries);
         list = {};
     }
+    block_.reset();
+}
+
+// The product does not overflow: all lists have eighteen entries for every pixel of the longer side
+// at most, and that is below 2^31.
+void ContributionTable::Reserve(std::int64_t length, std::int64_t capacity) {
+    block_ = AllocateZeroed<Contribution>(length * capacity);
+    capacity_ = capacity;
+}
+
+bool ContributionTable::GiveRoom(ContributionList& list) {
+    list.entries = block_ != nullptr ? block_.get() + (&list - lists_.get()) * capacity_
+                                     : AllocateZeroed<Contribution>(capacity_).release();
+    return list.entries != nullptr;
 }
 
 // Let x be the normalised weights. Where |x - 1| for one of them and |x| for all others add up to

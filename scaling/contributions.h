@@ -19,7 +19,9 @@ namespace zvk {
 
 enum class Axis : std::uint8_t { Horizontal, Vertical };
 
-// Owns an array of contribution lists and their entries.
+// Owns an array of contribution lists and their entries. Entries lie in one block if there is
+// memory for it, since small pictures would take much of their time to get and give back each
+// list's by itself; else each list has memory of its own, or none.
 class ContributionTable {
   public:
     ContributionTable() = default;
@@ -33,6 +35,12 @@ class ContributionTable {
     // Frees the entries of every list and leaves the lists empty.
     void Clear();
 
+    // Makes room for `capacity` entries of each of the first `length` lists, which are empty.
+    void Reserve(std::int64_t length, std::int64_t capacity);
+
+    // Gives an empty list its room, filled with zeros; false when out of memory.
+    bool GiveRoom(ContributionList& list);
+
     // The first `length` lists; `length` is at most what was allocated.
     std::span<ContributionList> Lists(std::int64_t length) {
         return {lists_.get(), static_cast<std::size_t>(length)};
@@ -41,6 +49,9 @@ class ContributionTable {
   private:
     Buffer<ContributionList> lists_;
     std::int64_t length_ = 0;
+    // The entries of all lists, if they are in one block.
+    Buffer<Contribution> block_;
+    std::int64_t capacity_ = 0;
 };
 
 // A list's weights and pixels.
@@ -157,25 +168,22 @@ constexpr std::int64_t EnlargingCapacity() {
 template <typename Filter>
 class ListFiller {
   public:
-    explicit ListFiller(double stretch) : stretch_(stretch) {}
+    ListFiller(ContributionTable& table, double stretch) : table_(table), stretch_(stretch) {}
 
-    // Fills `list`. It stays empty if there is no memory for its entries: the coordinate then comes
-    // out black.
-    void Fill(ContributionList& list, std::int64_t capacity, const Window& window, double centre) {
-        list = {};
-        Buffer<Contribution> entries = AllocateZeroed<Contribution>(capacity);
-        if (entries == nullptr) return;
+    // Fills an empty list of the table. It stays empty if there is no memory for its entries: the
+    // coordinate then comes out black.
+    void Fill(ContributionList& list, const Window& window, double centre) {
+        if (!table_.GiveRoom(list)) return;
         const Filled filled{.distance = centre - static_cast<double>(window.first),
                             .window = window,
                             .list = &list};
         if (const Filled* twin = FindTwin(filled)) {
-            Copy(*twin, window.first, entries.get(), list);
+            Copy(*twin, window.first, list);
         } else {
-            Compute(window, centre, entries.get(), list);
+            Compute(window, centre, list);
             remembered_[next_] = filled;
             next_ = (next_ + 1) % remembered_.size();
         }
-        list.entries = entries.release();
     }
 
   private:
@@ -196,58 +204,61 @@ class ListFiller {
         return twin == remembered_.end() ? nullptr : &*twin;
     }
 
-    static void Copy(const Filled& twin, std::int64_t first, Contribution* entries,
-                     ContributionList& list) {
+    static void Copy(const Filled& twin, std::int64_t first, ContributionList& list) {
         const std::int64_t shift = first - twin.window.first;
         for (; list.count < twin.list->count; ++list.count) {
             const Contribution& entry = twin.list->entries[list.count];
-            entries[list.count] = {.weight = entry.weight,
-                                   .pixel = static_cast<std::int32_t>(entry.pixel + shift)};
+            list.entries[list.count] = {.weight = entry.weight,
+                                        .pixel = static_cast<std::int32_t>(entry.pixel + shift)};
         }
         list.weightSum = twin.list->weightSum;
     }
 
-    void Compute(const Window& window, double centre, Contribution* entries,
-                 ContributionList& list) const {
+    void Compute(const Window& window, double centre, ContributionList& list) const {
         double sum = 0.0;
         for (std::int64_t pixel = window.first; pixel <= window.last; ++pixel) {
             const double weight =
                 Filter::Weight(std::fabs(AxisMapping::Offset(centre, pixel) * stretch_));
             if (weight == 0.0) continue;
-            entries[list.count++] = {.weight = static_cast<float>(weight),
-                                     .pixel = static_cast<std::int32_t>(pixel)};
+            list.entries[list.count++] = {.weight = static_cast<float>(weight),
+                                          .pixel = static_cast<std::int32_t>(pixel)};
             sum += weight;
         }
         list.weightSum = static_cast<float>(sum);
     }
 
+    ContributionTable& table_;
     double stretch_;
     std::array<Filled, listsRemembered> remembered_{};
     std::size_t next_ = 0;
 };
 
-// Fills one list per destination coordinate; `lists` are empty and their number is the destination
-// length. A source without pixels leaves them empty. Both lengths are below 2^31.
+// Fills one list per destination coordinate, the first ones of the table, which are empty. A source
+// without pixels leaves them empty. Both lengths are below 2^31. Returns the lists.
 template <typename Filter, Axis axis>
-void ComputeContributions(std::int64_t sourceLength, std::span<ContributionList> lists) {
-    if (sourceLength < 1) return;
-    const AxisMapping mapping(sourceLength, static_cast<std::int64_t>(lists.size()));
+std::span<const ContributionList> ComputeContributions(std::int64_t sourceLength,
+                                                       ContributionTable& table,
+                                                       std::int64_t destinationLength) {
+    const std::span<ContributionList> lists = table.Lists(destinationLength);
+    if (sourceLength < 1) return lists;
+    const AxisMapping mapping(sourceLength, destinationLength);
     std::int64_t coordinate = 0;
     if (mapping.IsReducing()) {
         const double halfWidth = Filter::radius / mapping.scale;
-        const std::int64_t capacity = ReducingCapacity<Filter, axis>(halfWidth);
+        table.Reserve(destinationLength, ReducingCapacity<Filter, axis>(halfWidth));
         // The kernel is widened by compressing its argument; the factor that this leaves out
         // cancels in the division by the sum of the weights.
-        ListFiller<Filter> filler(mapping.scale);
+        ListFiller<Filter> filler(table, mapping.scale);
         for (ContributionList& list : lists) {
             const double centre = mapping.Centre(coordinate++);
             const auto window =
                 Window::Between(centre - halfWidth, centre + halfWidth, sourceLength);
-            filler.Fill(list, capacity, window, centre);
+            filler.Fill(list, window, centre);
         }
-        return;
+        return lists;
     }
-    ListFiller<Filter> filler(1.0);
+    table.Reserve(destinationLength, EnlargingCapacity<Filter, axis>());
+    ListFiller<Filter> filler(table, 1.0);
     for (ContributionList& list : lists) {
         const double centre = mapping.Centre(coordinate++);
         double left = centre + -Filter::radius;
@@ -257,9 +268,9 @@ void ComputeContributions(std::int64_t sourceLength, std::span<ContributionList>
             left = std::floor(left);
             right = std::ceil(right);
         }
-        filler.Fill(list, EnlargingCapacity<Filter, axis>(),
-                    Window::Between(left, right, sourceLength), centre);
+        filler.Fill(list, Window::Between(left, right, sourceLength), centre);
     }
+    return lists;
 }
 
 }  // namespace zvk

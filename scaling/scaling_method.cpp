@@ -88,15 +88,16 @@ class ResampleEngine {
             return Outcome::OutOfMemory;
         }
         yielding_.Point();
-        ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_.Lists(width_));
+        const auto rowLists =
+            ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_, width_);
         yielding_.Point();
-        RowPass(reader_, rowTable_.Lists(width_)).Run(0, reader_.height, intermediate_.rows());
+        RowPass(reader_, rowLists).Run(0, reader_.height, intermediate_.rows());
         rowTable_.Clear();
         yielding_.Point();
         // The array of the row pass serves again unless it is too short.
         if (height_ > width_ && !rowTable_.Allocate(height_)) return Outcome::OutOfMemory;
-        const auto columnLists = rowTable_.Lists(height_);
-        ComputeContributions<Filter, Axis::Vertical>(reader_.height, columnLists);
+        const auto columnLists =
+            ComputeContributions<Filter, Axis::Vertical>(reader_.height, rowTable_, height_);
         yielding_.Point();
         if (writer.picture == nullptr && !writer.NewPictureWriter(reader_, width_, height_)) {
             return Outcome::Done;
@@ -122,10 +123,12 @@ class ResampleEngine {
         }
         if (!writer.NewPictureWriter(reader_, width_, height_)) return Outcome::Done;
         if (SharesPixels(reader_, writer) || !HasSeparateRows(writer)) return Outcome::NotServed;
-        ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_.Lists(width_));
-        ComputeContributions<Filter, Axis::Vertical>(reader_.height, columnTable_.Lists(height_));
-        RowPass rowPass(reader_, rowTable_.Lists(width_));
-        ColumnPass columnPass(reader_, columnTable_.Lists(height_), width_);
+        const auto rowLists =
+            ComputeContributions<Filter, Axis::Horizontal>(reader_.width, rowTable_, width_);
+        const auto columnLists =
+            ComputeContributions<Filter, Axis::Vertical>(reader_.height, columnTable_, height_);
+        RowPass rowPass(reader_, rowLists);
+        ColumnPass columnPass(reader_, columnLists, width_);
         if (!intermediate_.Allocate(width_, columnPass.RowsAtHand(reader_.height))) {
             return Outcome::NotServed;
         }

@@ -203,8 +203,10 @@ std::optional<Method> ResamplingMethod(const Job& job) {
         case Mode::Cubic6:
             break;
     }
-    return Method{
-        "spline36", Kinship::Neighbour, "another kernel of six points", {ZIMG_RESIZE_SPLINE36}};
+    return Method{"spline36",
+                  Kinship::SameWork,
+                  "a cubic of as many points, other weights",
+                  {ZIMG_RESIZE_SPLINE36}};
 }
 
 std::optional<Method> MethodFor(const Job& job) {

@@ -44,9 +44,7 @@ void ForEveryFilter(const Lengths& lengths, Check check) {
         SCOPED_TRACE(name);
         ContributionTable table;
         ASSERT_TRUE(table.Allocate(lengths.destination));
-        const auto lists = table.Lists(lengths.destination);
-        ComputeContributions<Filter, axis>(lengths.source, lists);
-        check(lists);
+        check(ComputeContributions<Filter, axis>(lengths.source, table, lengths.destination));
     };
     withFilter(TriangleFilter{}, "triangle");
     withFilter(BoxFilter{}, "box");
@@ -574,6 +572,8 @@ TEST(FixedLists, KnowHowTheyHalveSumsOfMirroredPixels) {
     EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.5F, 4}, {0.25F, 5}}, 1.4F), notMirrored)
         << "gives more than halves";
     EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.5F, 3}, {0.25F, 4}}, 1.0F), notMirrored) << "is odd";
+    EXPECT_EQ(mirroredOf({{0.5F, 2}, {0x1p-20F, 3}, {0.5F, 5}}, 1.0F + 0x1p-20F), notMirrored)
+        << "has a pixel between them";
     EXPECT_EQ(mirroredOf({{0.25F, 2}, {0.75F, 3}}, 1.0F), notMirrored) << "is not the same";
     EXPECT_EQ(mirroredOf({{0.5F, 2}, {0.5F, 4}}, 1.0F), notMirrored)
         << "is another pixel's mirror image";
@@ -649,8 +649,7 @@ TEST(Lists, KnowTheDenominatorOverWhichTheyAreRoundedHalfUp) {
 TEST(Lists, AreRoundedHalfUpAlongRowsWhereTheySaySo) {
     ContributionTable table;
     ASSERT_TRUE(table.Allocate(8));
-    const auto lists = table.Lists(8);
-    ComputeContributions<MitchellFilter, Axis::Horizontal>(8, lists);
+    const auto lists = ComputeContributions<MitchellFilter, Axis::Horizontal>(8, table, 8);
     ContributionList list = lists[1];
     ASSERT_EQ(HalfUpDenominator(list, 128), 18);
     ASSERT_EQ(list.count, 3);

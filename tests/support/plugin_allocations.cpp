@@ -219,10 +219,16 @@ void PluginAllocations::Restart(std::uint64_t first, std::uint64_t last) {
     sizes_.clear();
     firstRefused_ = first;
     lastRefused_ = last;
+    alsoRefused_ = 0;
 }
 
 void PluginAllocations::FailOnly(std::uint64_t request) {
     Restart(request, request);
+}
+
+void PluginAllocations::FailBoth(std::uint64_t request, std::uint64_t other) {
+    Restart(request, request);
+    alsoRefused_ = other;
 }
 
 void PluginAllocations::FailFrom(std::uint64_t request) {
@@ -247,8 +253,9 @@ void PluginAllocations::FreeKept() {
 bool PluginAllocations::Grants(std::size_t size) {
     ++requests_;
     sizes_.push_back(size);
-    const bool refuses = size > mostGranted_ || (firstRefused_ != 0 && requests_ >= firstRefused_ &&
-                                                 requests_ <= lastRefused_);
+    const bool refuses =
+        size > mostGranted_ || requests_ == alsoRefused_ ||
+        (firstRefused_ != 0 && requests_ >= firstRefused_ && requests_ <= lastRefused_);
     if (refuses) ++refused_;
     return !refuses;
 }

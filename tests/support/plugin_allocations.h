@@ -25,6 +25,9 @@ class PluginAllocations {
     /// Counts requests from 1 again and refuses the n-th of them; all later ones are granted.
     void FailOnly(std::uint64_t request);
 
+    /// The same for two of them, or for one if they are the same.
+    void FailBoth(std::uint64_t request, std::uint64_t other);
+
     /// Counts requests from 1 again and refuses the n-th of them and all that follow.
     void FailFrom(std::uint64_t request);
 
@@ -67,6 +70,7 @@ class PluginAllocations {
     std::uint64_t refused_ = 0;
     std::uint64_t firstRefused_ = 0;  // 0: none
     std::uint64_t lastRefused_ = 0;
+    std::uint64_t alsoRefused_ = 0;
     std::size_t mostGranted_ = std::numeric_limits<std::size_t>::max();
     std::vector<std::size_t> sizes_;
 };

@@ -17,7 +17,7 @@ class Table {
   public:
     Table(std::int64_t source, std::int64_t destination) : length_(destination) {
         EXPECT_TRUE(table_.Allocate(destination));
-        ComputeContributions<Filter, axis>(source, table_.Lists(destination));
+        ComputeContributions<Filter, axis>(source, table_, destination);
     }
 
     const ContributionList& operator[](std::int64_t index) {
@@ -281,7 +281,7 @@ TEST(PowersOfTwo, AreToldFromAllOtherNumbers) {
 TEST(ContributionTable, CanBeReplacedByAnotherOfAnotherLength) {
     ContributionTable table;
     ASSERT_TRUE(table.Allocate(3));
-    ComputeContributions<BoxFilter, Axis::Horizontal>(5, table.Lists(3));
+    ComputeContributions<BoxFilter, Axis::Horizontal>(5, table, 3);
     ASSERT_TRUE(table.Allocate(8));
     for (const ContributionList& list : table.Lists(8))
         EXPECT_EQ(list.entries, nullptr);
