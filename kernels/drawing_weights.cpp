@@ -79,23 +79,25 @@ std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights) {
         (((1.0 - weights.topLeft) - weights.topRight) - weights.bottomRight) - weights.bottomLeft);
     const auto leftRest = ScaleRest((1.0 - weights.topRight) - weights.bottomRight);
     const auto rightRest = ScaleRest((1.0 - weights.topLeft) - weights.bottomLeft);
-    if (!rest || !leftRest || !rightRest) return std::nullopt;
+    if (!rest) return std::nullopt;
     return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft,
-                        *rest,    *leftRest, *rightRest};
+                        *rest,    leftRest,  rightRest};
 }
 
 void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights) {
+    if (!weights.leftRest) return DrawRow(job);
     DrawEnd(job, {.column = 0,
                   .above = weights.topRight,
                   .below = weights.bottomRight,
-                  .rest = weights.leftRest});
+                  .rest = *weights.leftRest});
 }
 
 void DrawRightEnd(const RowDrawing& job, const PlainWeights& weights) {
+    if (!weights.rightRest) return DrawRow(job);
     DrawEnd(job, {.column = job.source.width - 1,
                   .above = weights.topLeft,
                   .below = weights.bottomLeft,
-                  .rest = weights.rightRest});
+                  .rest = *weights.rightRest});
 }
 
 void WeightTables::Fill(const SampleWeights& weights, bool isMasked) {

@@ -29,9 +29,11 @@ struct PlainWeights {
     ScaledWeight topRight;
     ScaledWeight bottomRight;
     ScaledWeight bottomLeft;
-    ScaledWeight rest;       // of the destination's own pixel, where it takes all four samples
-    ScaledWeight leftRest;   // the same at the source's left end, where it takes the right samples
-    ScaledWeight rightRest;  // the same at its right end, where it takes the left ones
+    ScaledWeight rest;  // of the destination's own pixel, where it takes all four samples
+    // The same at the source's left end, where it takes the right samples, and at its right end,
+    // where it takes the left ones; these may have no scaled form.
+    std::optional<ScaledWeight> leftRest;
+    std::optional<ScaledWeight> rightRest;
 
     bool HasOne() const {
         return topLeft.isOne || topRight.isOne || bottomRight.isOne || bottomLeft.isOne ||
@@ -39,7 +41,7 @@ struct PlainWeights {
     }
 };
 
-// The scaled forms of weights; nothing if any has none.
+// The scaled forms of weights; nothing if any has none that must.
 std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights);
 
 // Draws column `job.begin` of a row that takes samples from above and below, where it is the one

@@ -59,7 +59,9 @@ class FactorReader {
     // Writes the pixels that a vector of the line's pixels from `x` on becomes.
     [[gnu::always_inline]] void WritePixels(std::int64_t x) const {
         Bytes steps[factor];
-        Repeat<factor>([&](auto step) __attribute__((always_inline)) {
+        steps[0] = Round(x);
+        Repeat<factor - 1>([&](auto index) __attribute__((always_inline)) {
+            constexpr int step = index + 1;
             steps[step] = Blend(x, nearWeights_[step], farWeights_[step]);
         });
         std::uint8_t* const destination = job_.destination + x * factor * bytesPerPixelWord;
@@ -70,7 +72,16 @@ class FactorReader {
         });
     }
 
-    // One step's pixels.
+    // The first step's pixels, whose weights change nothing.
+    [[gnu::always_inline]] Bytes Round(std::int64_t x) const {
+        Floats channels[bytesPerPixelWord];
+        Repeat<bytesPerPixelWord>([&](auto byte) __attribute__((always_inline)) {
+            channels[byte] = Simd::Add(Simd::Broadcast(0.5F), Simd::Load(planes_[byte] + x));
+        });
+        return Simd::Interleave(channels);
+    }
+
+    // Another step's pixels.
     [[gnu::always_inline]] Bytes Blend(std::int64_t x, Floats nearWeights,
                                        Floats farWeights) const {
         Floats channels[bytesPerPixelWord];

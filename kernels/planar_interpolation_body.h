@@ -41,13 +41,14 @@ class PlaneWriter {
           farWeight_(Simd::Broadcast(job.farWeight)) {}
 
     void Run() const {
-        std::int64_t x = 0;
-        for (; x + Simd::floatCount <= job_.width; x += Simd::floatCount) {
-            const std::int64_t offset = x * bytesPerPixelWord;
-            WritePixels(x, Simd::LoadAll(job_.nearRow + offset),
-                        Simd::LoadAll(job_.farRow + offset));
+        // On a row of the source the line is that row.
+        if (job_.nearWeight == 1.0F && job_.farWeight == 0.0F) {
+            ForEachVector([this](std::int64_t x, auto load) { CopyPixels(x, load(job_.nearRow)); });
+        } else {
+            ForEachVector([this](std::int64_t x, auto load) {
+                BlendPixels(x, load(job_.nearRow), load(job_.farRow));
+            });
         }
-        if (x < job_.width) WritePixels(x, LoadRest(job_.nearRow, x), LoadRest(job_.farRow, x));
         // The pixel behind the last is the last.
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
             float* const behind = planes_[byte] + job_.width;
@@ -58,6 +59,19 @@ class PlaneWriter {
   private:
     using Bytes = typename Simd::Bytes;
 
+    // Calls `write` with each place in the line where a vector of pixels begins, and with what
+    // loads the pixels there from a row.
+    template <typename Write>
+    void ForEachVector(Write write) const {
+        std::int64_t x = 0;
+        for (; x + Simd::floatCount <= job_.width; x += Simd::floatCount) {
+            const std::int64_t offset = x * bytesPerPixelWord;
+            write(x, [=](const std::uint8_t* row) { return Simd::LoadAll(row + offset); });
+        }
+        if (x < job_.width)
+            write(x, [this, x](const std::uint8_t* row) { return LoadRest(row, x); });
+    }
+
     Bytes LoadRest(const std::uint8_t* row, std::int64_t x) const {
         std::uint8_t bytes[Simd::byteCount] = {};
         __builtin_memcpy(bytes, row + x * bytesPerPixelWord,
@@ -65,7 +79,12 @@ class PlaneWriter {
         return Simd::LoadAll(bytes);
     }
 
-    void WritePixels(std::int64_t x, Bytes nearPixels, Bytes farPixels) const {
+    void CopyPixels(std::int64_t x, Bytes pixels) const {
+        for (int byte = 0; byte < bytesPerPixelWord; ++byte)
+            Simd::Store(planes_[byte] + x, Simd::Channel(pixels, byte));
+    }
+
+    void BlendPixels(std::int64_t x, Bytes nearPixels, Bytes farPixels) const {
         for (int byte = 0; byte < bytesPerPixelWord; ++byte) {
             const auto nearPart = Simd::Multiply(Simd::Channel(nearPixels, byte), nearWeight_);
             const auto farPart = Simd::Multiply(Simd::Channel(farPixels, byte), farWeight_);

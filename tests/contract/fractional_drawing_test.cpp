@@ -323,6 +323,20 @@ TEST(FractionalDrawing, SucceedsForAPictureThatLiesWhollyOutside) {
     EXPECT_THAT(LevelsAfterDrawing({1, 2, 3}, {100}, {-1, 0}), ElementsAre(1, 2, 3));
 }
 
+TEST(FractionalDrawing, TakesNothingFromAPictureWithoutColumns) {
+    Session session(Desktop());
+    const auto self = session.Create(5, 6);
+    const auto picture = session.Create(4, 3);
+    self->Fill(workbench::Grey(90));
+    picture->Fill(workbench::white);
+    picture->Context()->width = 0;
+    EXPECT_TRUE(session.DrawPicture(self.Handle(), picture.Handle(), 1.5, 1.5));
+    for (int y = 0; y < 6; ++y) {
+        for (int x = 0; x < 5; ++x)
+            EXPECT_EQ(self->At(x, y), workbench::Grey(90)) << x << ", " << y;
+    }
+}
+
 // Masks.
 
 TEST(FractionalDrawing, HidesUnderAWhiteMaskAndShowsUnderABlackOne) {

@@ -368,52 +368,62 @@ TEST_P(FilterRowKernels, DrawEveryWidthAndAnyWeightsAndTouchNothingElse) {
     }
 }
 
-// The columns before the first and behind the last pixel of the source.
+// Draws the columns before the first and behind the last pixel of a source.
+void CheckEnds(std::int64_t width, const SampleWeights& weights, std::uint8_t own,
+               std::mt19937& random) {
+    const auto plain = PlainWeightsFor(weights);
+    if (!plain) return;
+    GuardedBytes above(4 * width);
+    GuardedBytes below(4 * width, Guard::Before);
+    above.FillRandomly(random);
+    below.FillRandomly(random);
+    GuardedBytes found(4 * (width + 1));
+    std::fill_n(found.data(), found.size(), own);
+    std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
+    RowDrawing job{.source = {.above = {.pixels = above.data(), .mask = nullptr},
+                              .below = {.pixels = below.data(), .mask = nullptr},
+                              .order = testing::orders[random() % 3],
+                              .width = width,
+                              .maskByte = 0,
+                              .maskWidth = 0},
+                   .offset = 0,
+                   .weights = weights,
+                   .order = testing::orders[random() % 3],
+                   .begin = 0,
+                   .end = 1,
+                   .destination = found.data()};
+    DrawLeftEnd(job, *plain);
+    job.destination = expected.data();
+    DrawRow(job);
+    job.begin = width;
+    job.end = width + 1;
+    DrawRow(job);
+    job.destination = found.data();
+    DrawRightEnd(job, *plain);
+    ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected);
+}
+
+// With these weights what remains is a multiple of 1 / 255, or just misses one.
 TEST(PlainWeights, DrawTheEndsOfARowAsTheDefinitionDoes) {
     std::mt19937 random(7);
-    int drawn = 0;
-    for (std::int64_t width = 1; width <= 40; ++width) {
-        const auto fx = std::generate_canonical<double, 53>(random);
-        const auto fy = std::generate_canonical<double, 53>(random);
-        for (const double alpha : {1.0, 0.0, 0.5, fx}) {
-            for (const SampleWeights& weights :
-                 {WeightsOf(fx, fy, alpha), WeightsOf(0.0, 0.0, alpha), WeightsOf(fx, 0.0, alpha),
-                  WeightsOf(0.5, 0.5, alpha)}) {
-                const auto plain = PlainWeightsFor(weights);
-                if (!plain) continue;
-                GuardedBytes above(4 * width);
-                GuardedBytes below(4 * width, Guard::Before);
-                GuardedBytes found(4 * (width + 1));
-                for (GuardedBytes* bytes : {&above, &below, &found})
-                    bytes->FillRandomly(random);
-                std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
-                RowDrawing job{.source = {.above = {.pixels = above.data(), .mask = nullptr},
-                                          .below = {.pixels = below.data(), .mask = nullptr},
-                                          .order = testing::orders[random() % 3],
-                                          .width = width,
-                                          .maskByte = 0,
-                                          .maskWidth = 0},
-                               .offset = 0,
-                               .weights = weights,
-                               .order = testing::orders[random() % 3],
-                               .begin = 0,
-                               .end = 1,
-                               .destination = expected.data()};
-                DrawRow(job);
-                job.destination = found.data();
-                DrawLeftEnd(job, *plain);
-                job.begin = width;
-                job.end = width + 1;
-                DrawRightEnd(job, *plain);
-                job.destination = expected.data();
-                DrawRow(job);
-                ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()),
-                          expected);
-                ++drawn;
+    for (std::int64_t step = 0; step < 256; ++step) {
+        const double fx = static_cast<double>(step) / 255.0;
+        for (int pass = 0; pass < 8; ++pass) {
+            const auto fy = std::generate_canonical<double, 53>(random);
+            const std::int64_t width = 1 + step % 40;
+            for (const double alpha : {1.0, 0.0, 0.5}) {
+                CheckEnds(width, WeightsOf(fx, fy, alpha), 255, random);
+                CheckEnds(width, WeightsOf(fy, fx, alpha), static_cast<std::uint8_t>(random()),
+                          random);
             }
         }
     }
-    EXPECT_GT(drawn, 400);
+}
+
+TEST(PlainWeights, ServeAlsoWhereWhatRemainsAtAnEndHasNoScaledForm) {
+    const auto plain = PlainWeightsFor(WeightsOf(0.2, 0.3, 1.0));
+    ASSERT_TRUE(plain.has_value());
+    EXPECT_FALSE(plain->leftRest.has_value() && plain->rightRest.has_value());
 }
 
 TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
