@@ -248,6 +248,7 @@ class BlockBlur {
     void BlurColumns(std::int64_t y) {
         kernels::ColumnBlurring job{.leaving = {},
                                     .entering = {},
+                                    .ahead = {},
                                     .sums = sums_.get(),
                                     .width = width_,
                                     .quotient = kernels::Quotient::By(2 * radius_ + 1),
@@ -257,6 +258,7 @@ class BlockBlur {
         for (int row = 0; row < kernels::blurRowsAtOnce; ++row) {
             job.leaving[row] = SourceRow(y + row - radius_);
             job.entering[row] = SourceRow(y + row + radius_ + 1);
+            job.ahead[row] = SourceRow(y + row + radius_ + 1 + kernels::blurRowsAtOnce);
         }
         kernels::SelectedKernels().blurColumns(job);
     }

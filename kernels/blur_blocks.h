@@ -26,6 +26,7 @@ struct ColumnSumming {
 struct ColumnBlurring {
     const std::uint8_t* leaving[blurRowsAtOnce];
     const std::uint8_t* entering[blurRowsAtOnce];
+    const std::uint8_t* ahead[blurRowsAtOnce];  // rows that enter next, to be requested
     std::uint16_t* sums;  // four per pixel, room for whole groups of four pixels
     std::int64_t width;   // in pixels
     Quotient quotient;

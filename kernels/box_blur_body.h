@@ -6,10 +6,44 @@
 #pragma once
 
 #include "kernels/blur_blocks.h"
+#include "kernels/prefetching.h"
 #include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
 namespace {
+
+// Four pixels of each of four sets, one pixel of each set side by side.
+template <typename Words>
+struct Transposed {
+    using Pixels = typename Words::Pixels;
+
+    // The first ones in the lower half, the third ones in the upper one; then the others.
+    Pixels even;
+    Pixels odd;
+
+    explicit Transposed(const Words (&sets)[4])
+        : Transposed(Words::Pack(sets[0], sets[1]), Words::Pack(sets[2], sets[3])) {}
+
+    template <typename Arrangement>
+    void Arrange(const Arrangement& arrange) {
+        even = arrange(even);
+        odd = arrange(odd);
+    }
+
+    // Calls `store` with each place and the pixels there.
+    template <typename Store>
+    void ForEach(Store store) const {
+        store(0, Words::Lower(even));
+        store(1, Words::Lower(odd));
+        store(2, Words::Upper(even));
+        store(3, Words::Upper(odd));
+    }
+
+  private:
+    Transposed(Pixels left, Pixels right)
+        : even(Words::template EverySecond<0>(left, right)),
+          odd(Words::template EverySecond<1>(left, right)) {}
+};
 
 template <typename Words>
 class ColumnBlurrer {
@@ -23,6 +57,7 @@ class ColumnBlurrer {
     void Run() const {
         std::int64_t x = 0;
         for (; x + pixelsPerGroup <= job_.width; x += pixelsPerGroup) {
+            FetchAhead(x);
             BlurGroup(x, [](const std::uint8_t* pixels) { return Sse2::LoadAll(pixels); });
         }
         const auto rest = static_cast<std::size_t>((job_.width - x) * bytesPerPixelWord);
@@ -37,30 +72,36 @@ class ColumnBlurrer {
   private:
     static constexpr std::int64_t pixelsPerGroup = 4;
 
+    // Requests one of the rows ahead, in turn: all of them by the time that a cache line is done.
+    void FetchAhead(std::int64_t x) const {
+        static_assert(blurRowsAtOnce * pixelsPerGroup * bytesPerPixelWord == cacheLine);
+        Prefetch(job_.ahead[x / pixelsPerGroup % blurRowsAtOnce] + x * bytesPerPixelWord);
+    }
+
     template <typename LoadPixels>
     void BlurGroup(std::int64_t x, LoadPixels loadPixels) const {
         const std::int64_t offset = x * bytesPerPixelWord;
         Words sums = Words::Load(job_.sums + offset);
-        __m128i rows[blurRowsAtOnce];
+        Words means[blurRowsAtOnce];
         for (int row = 0; row < blurRowsAtOnce; ++row) {
-            // The fourth byte of a block means nothing.
-            const __m128i means = divide_(sums).ToBytes();
-            rows[row] = isArranged_ ? means : arrange_(means);
+            means[row] = divide_(sums);
             const auto leaving = Words::FromBytes(loadPixels(job_.leaving[row] + offset));
             const auto entering = Words::FromBytes(loadPixels(job_.entering[row] + offset));
             sums = sums + (entering - leaving);
         }
         sums.Store(job_.sums + offset);
-        __m128i columns[pixelsPerGroup];
-        Sse2::Transpose(rows, columns);
-        for (int column = 0; column < pixelsPerGroup; ++column)
-            Sse2::StoreAll(job_.block + (x + column) * blockColumnBytes, columns[column]);
+        Transposed columns(means);
+        // The fourth byte of a block means nothing.
+        if (!isArranged_) columns.Arrange(arrange_);
+        columns.ForEach([&](int column, __m128i pixels) {
+            Sse2::StoreAll(job_.block + (x + column) * blockColumnBytes, pixels);
+        });
     }
 
     // Copied: through a reference, its fields would be read again after every byte that is stored.
     const ColumnBlurring job_;
     typename Words::Divider divide_;
-    typename Words::Arrangement arrange_;
+    typename Words::PixelArrangement arrange_;
     bool isArranged_;
 };
 
@@ -128,36 +169,44 @@ class RowBlurrer {
                                                      EndsAt endsAt) {
         constexpr int group = 4;
         for (; x + group <= end; x += group) {
-            const __m128i columns[group] = {Step(endsAt(x)), Step(endsAt(x + 1)),
-                                            Step(endsAt(x + 2)), Step(endsAt(x + 3))};
-            __m128i rows[blurRowsAtOnce];
-            Sse2::Transpose(columns, rows);
-            for (int row = 0; row < job_.rowCount; ++row) {
+            const Words means[group] = {Step(endsAt(x)), Step(endsAt(x + 1)), Step(endsAt(x + 2)),
+                                        Step(endsAt(x + 3))};
+            ForEachRow(means, [&](int row, __m128i pixels) {
                 std::uint8_t* const place = job_.destinations[row] + x * bytesPerPixelWord;
-                job_.streams ? Sse2::Stream(place, rows[row]) : Sse2::StoreAll(place, rows[row]);
-            }
+                job_.streams ? Sse2::Stream(place, pixels) : Sse2::StoreAll(place, pixels);
+            });
         }
         for (; x < end; ++x) {
-            alignas(16) std::uint8_t pixels[blockColumnBytes];
-            Sse2::StoreAll(pixels, Step(endsAt(x)));
-            for (int row = 0; row < job_.rowCount; ++row) {
-                __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord,
-                                 pixels + row * bytesPerPixelWord, bytesPerPixelWord);
-            }
+            const Words means[group] = {Step(endsAt(x))};
+            ForEachRow(means, [&](int row, __m128i pixels) {
+                const int first = _mm_cvtsi128_si32(pixels);
+                __builtin_memcpy(job_.destinations[row] + x * bytesPerPixelWord, &first,
+                                 sizeof first);
+            });
         }
         return x;
     }
 
+    // Calls `store` with the pixels of every row that is to be written.
+    template <typename Store>
+    void ForEachRow(const Words (&columns)[4], Store store) const {
+        Transposed rows(columns);
+        rows.Arrange(arrange_);
+        rows.ForEach([&](int row, __m128i pixels) {
+            if (row < job_.rowCount) store(row, pixels);
+        });
+    }
+
     // The means of the box, which then moves on.
-    __m128i Step(const Ends& ends) {
-        const __m128i means = arrange_(divide_(sums_).ToBytes());
+    Words Step(const Ends& ends) {
+        const Words means = divide_(sums_);
         sums_ = sums_ + (Load(ends.entering) - Load(ends.leaving));
         return means;
     }
 
     const RowBlurring job_;  // copied, as above
     typename Words::Divider divide_;
-    typename Words::Arrangement arrange_;
+    typename Words::PixelArrangement arrange_;
     Words sums_{};
 };
 

@@ -164,18 +164,6 @@ struct Sse2 {
         return _mm_unpacklo_epi8(parted, _mm_srli_si128(parted, 8));
     }
 
-    // From four pixels of each row to one pixel of each row for four columns, or back.
-    static void Transpose(const __m128i (&pixels)[4], __m128i (&transposed)[4]) {
-        const __m128i upperLeft = _mm_unpacklo_epi32(pixels[0], pixels[1]);
-        const __m128i upperRight = _mm_unpacklo_epi32(pixels[2], pixels[3]);
-        const __m128i lowerLeft = _mm_unpackhi_epi32(pixels[0], pixels[1]);
-        const __m128i lowerRight = _mm_unpackhi_epi32(pixels[2], pixels[3]);
-        transposed[0] = _mm_unpacklo_epi64(upperLeft, upperRight);
-        transposed[1] = _mm_unpackhi_epi64(upperLeft, upperRight);
-        transposed[2] = _mm_unpacklo_epi64(lowerLeft, lowerRight);
-        transposed[3] = _mm_unpackhi_epi64(lowerLeft, lowerRight);
-    }
-
     // Moves the channels of pixels from one order to another and makes the pixels opaque.
     class Arrangement {
       public:

@@ -9,8 +9,6 @@ namespace zvk::kernels {
 namespace {
 
 struct WideWords {
-    using Arrangement = Sse41::Arrangement;
-
     __m256i words;
 
     // Eight pixels, and their bytes at even and at odd places as words.
@@ -27,8 +25,22 @@ struct WideWords {
     static WideWords OddBytes(Pixels pixels) { return {_mm256_srli_epi16(pixels, 8)}; }
     // Clamps both to bytes and puts them together again.
     static Pixels Unite(WideWords even, WideWords odd, const PartedArrangement& arrange) {
-        return arrange(_mm256_packus_epi16(even.words, odd.words));
+        return arrange(Pack(even, odd));
     }
+
+    // Clamps two sets to bytes: the first halves of both in the lower half, then the others.
+    static Pixels Pack(WideWords first, WideWords second) {
+        return _mm256_packus_epi16(first.words, second.words);
+    }
+    // Of each half of both, every second pixel.
+    template <int first>
+    static Pixels EverySecond(Pixels left, Pixels right) {
+        constexpr int places = _MM_SHUFFLE(2 + first, first, 2 + first, first);
+        return _mm256_castps_si256(
+            _mm256_shuffle_ps(_mm256_castsi256_ps(left), _mm256_castsi256_ps(right), places));
+    }
+    static __m128i Lower(Pixels pixels) { return _mm256_castsi256_si128(pixels); }
+    static __m128i Upper(Pixels pixels) { return _mm256_extracti128_si256(pixels, 1); }
 
     static WideWords Load(const std::uint16_t* words) {
         return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(words))};
@@ -37,9 +49,6 @@ struct WideWords {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), words);
     }
     static WideWords FromBytes(__m128i bytes) { return {_mm256_cvtepu8_epi16(bytes)}; }
-    __m128i ToBytes() const {
-        return _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
-    }
 
     WideWords operator+(WideWords other) const { return {_mm256_add_epi16(words, other.words)}; }
     WideWords operator-(WideWords other) const { return {_mm256_sub_epi16(words, other.words)}; }

@@ -10,8 +10,6 @@ namespace {
 
 template <typename Simd>
 struct WordPair {
-    using Arrangement = typename Simd::Arrangement;
-
     __m128i low;
     __m128i high;
 
@@ -32,7 +30,7 @@ struct WordPair {
         }
 
       private:
-        Arrangement arrange_;
+        typename Simd::Arrangement arrange_;
     };
 
     static Pixels LoadPixels(const std::uint8_t* pixels) {
@@ -51,9 +49,26 @@ struct WordPair {
     }
     // Clamps both to bytes and puts them together again.
     static Pixels Unite(WordPair even, WordPair odd, const PartedArrangement& arrange) {
-        return {arrange(_mm_packus_epi16(even.low, odd.low)),
-                arrange(_mm_packus_epi16(even.high, odd.high))};
+        const Pixels parted = Pack(even, odd);
+        return {arrange(parted.low), arrange(parted.high)};
     }
+
+    // Clamps two sets to bytes: the first halves of both in the lower half, then the others.
+    static Pixels Pack(WordPair first, WordPair second) {
+        return {_mm_packus_epi16(first.low, second.low), _mm_packus_epi16(first.high, second.high)};
+    }
+    // Of each half of both, every second pixel.
+    template <int first>
+    static Pixels EverySecond(Pixels left, Pixels right) {
+        const auto pick = [](__m128i one, __m128i other) {
+            constexpr int places = _MM_SHUFFLE(2 + first, first, 2 + first, first);
+            return _mm_castps_si128(
+                _mm_shuffle_ps(_mm_castsi128_ps(one), _mm_castsi128_ps(other), places));
+        };
+        return {pick(left.low, right.low), pick(left.high, right.high)};
+    }
+    static __m128i Lower(Pixels pixels) { return pixels.low; }
+    static __m128i Upper(Pixels pixels) { return pixels.high; }
 
     static WordPair Load(const std::uint16_t* words) {
         const auto* vectors = reinterpret_cast<const __m128i*>(words);
@@ -68,7 +83,6 @@ struct WordPair {
         const __m128i zero = _mm_setzero_si128();
         return {_mm_unpacklo_epi8(bytes, zero), _mm_unpackhi_epi8(bytes, zero)};
     }
-    __m128i ToBytes() const { return _mm_packus_epi16(low, high); }
 
     WordPair operator+(WordPair other) const {
         return {_mm_add_epi16(low, other.low), _mm_add_epi16(high, other.high)};

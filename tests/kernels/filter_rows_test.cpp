@@ -137,6 +137,7 @@ void FilterRowKernels::CheckBlur(std::int64_t width, std::int32_t radius, std::i
                                     blockColumnBytes);
     ColumnBlurring columns{.leaving = {},
                            .entering = {},
+                           .ahead = {},
                            .sums = sums.interleaved.data(),
                            .width = width,
                            .quotient = Quotient::By(boxLength),
@@ -161,6 +162,7 @@ void FilterRowKernels::CheckBlur(std::int64_t width, std::int32_t radius, std::i
         found.push_back(std::make_unique<GuardedBytes>(4 * width));
         columns.leaving[row] = start.data();
         columns.entering[row] = entering.back()->data();
+        columns.ahead[row] = entering.back()->data();
         rows.destinations[row] = found.back()->data();
     }
     kernels().blurColumns(columns);
