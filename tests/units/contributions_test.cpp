@@ -288,5 +288,33 @@ TEST(ContributionTable, CanBeReplacedByAnotherOfAnotherLength) {
     EXPECT_FALSE(table.Allocate(0));
 }
 
+// In a block, what does not fit would lie in the next list's room.
+template <typename Filter, Axis axis>
+void ExpectRoomForAllEntries() {
+    ContributionTable table;
+    for (std::int64_t source = 1; source <= 40; ++source) {
+        for (std::int64_t destination = 1; destination <= 60; ++destination) {
+            ASSERT_TRUE(table.Allocate(destination));
+            const auto lists = ComputeContributions<Filter, axis>(source, table, destination);
+            for (std::size_t index = 0; index + 1 < lists.size(); ++index) {
+                ASSERT_LE(lists[index].entries + lists[index].count, lists[index + 1].entries)
+                    << source << " to " << destination;
+            }
+        }
+    }
+}
+
+template <typename Filter>
+class ContributionRoom : public ::testing::Test {};
+
+using Filters = ::testing::Types<TriangleFilter, BoxFilter, Lanczos3Filter, Lanczos8Filter,
+                                 MitchellFilter, BicubicFilter, Cubic6Filter>;
+TYPED_TEST_SUITE(ContributionRoom, Filters);
+
+TYPED_TEST(ContributionRoom, HoldsTheEntriesOfEveryList) {
+    ExpectRoomForAllEntries<TypeParam, Axis::Horizontal>();
+    ExpectRoomForAllEntries<TypeParam, Axis::Vertical>();
+}
+
 }  // namespace
 }  // namespace zvk
