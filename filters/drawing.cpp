@@ -77,7 +77,7 @@ bool Overlaps(const std::uint8_t* first, std::int64_t firstSize, const std::uint
 }
 
 // Draws rows of one picture over rows of another: the columns that take nothing, those that take
-// whole sets of samples, and the borders between them, each the fastest way that gives the
+// whole sets of samples, and the ends between them, each the fastest way that gives the
 // definition's bytes.
 class RowPainter {
   public:
@@ -184,6 +184,7 @@ class RowPainter {
 
     // A column at either end of the source takes half of a set.
     void DrawPlain(const kernels::PlainWeights& weights) {
+        // Without columns there are no ends to take from, though one column is touched.
         if (job_.source.width < 1) return DrawWeighted();
         if (!SelectColumns(whole_).AreNone())
             kernels::SelectedKernels().drawPlainRow(job_, weights);

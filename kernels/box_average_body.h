@@ -70,23 +70,24 @@ class RowAverager {
         const std::uint8_t* pixels = source + start * bytesPerPixelWord;
         __m128i sum = _mm_setzero_si128();
         for (std::int64_t vector = 0; vector < wholeVectors_; ++vector) {
-            sum = _mm_add_epi32(sum, Simd::SumPixels(Simd::LoadAll(pixels)));
+            sum = _mm_add_epi32(sum, sumPixels_(Simd::LoadAll(pixels)));
             pixels += Simd::byteCount;
         }
         const std::int64_t done = wholeVectors_ * pixelsPerVector;
         if (done == job_.boxWidth) return sum;
         if (start + done + pixelsPerVector <= job_.sourceWidth) {
             const __m128i rest = _mm_and_si128(Simd::LoadAll(pixels), lastMask_);
-            return _mm_add_epi32(sum, Simd::SumPixels(rest));
+            return _mm_add_epi32(sum, sumPixels_(rest));
         }
         // The row ends within the vector.
         alignas(16) std::uint8_t rest[Sse2::byteCount] = {};
         __builtin_memcpy(rest, pixels,
                          static_cast<std::size_t>((job_.boxWidth - done) * bytesPerPixelWord));
-        return _mm_add_epi32(sum, Simd::SumPixels(Simd::LoadAll(rest)));
+        return _mm_add_epi32(sum, sumPixels_(Simd::LoadAll(rest)));
     }
 
     const RowAveraging& job_;
+    typename Simd::PixelSummer sumPixels_;
     typename Simd::Arrangement arrange_;
     float inverse_;
     float addend_;

@@ -89,7 +89,7 @@ class RowOpaquer {
         return static_cast<std::int32_t>(value << (8U * order.alpha));
     }
 
-    // In fourth bytes, the bits that are not as they are to become.
+    // Has bits where a fourth byte is not opaque, and others in the colours.
     Bytes Difference(std::int64_t offset) const {
         return Vectors::LoadAll(pixels_ + offset) ^ opaque_;
     }

@@ -2,7 +2,8 @@
 // line is the left sample of as many pixels of the result, with weights that repeat, so that no
 // numbers need to be looked up. Compiled once per instruction set.
 //
-// Exactness: as in interpolation_body.h.
+// Exactness: as in interpolation_body.h. Numbers are finite and not negative, so that products by 1
+// and by 0 may be left out: they are the number itself and 0, which adds nothing.
 #pragma once
 
 #include "kernels/kernel_table.h"
@@ -36,9 +37,9 @@ class FactorReader {
   public:
     explicit FactorReader(const ColumnInterpolation& job)
         : job_(job), planes_(job.line, job.lineWidth) {
-        Repeat<factor>([&](auto step) {
-            nearWeights_[step] = Simd::Broadcast(job.nearWeights[step]);
-            farWeights_[step] = Simd::Broadcast(job.farWeights[step]);
+        Repeat<factor - 1>([&](auto index) {
+            nearWeights_[index] = Simd::Broadcast(job.nearWeights[index + 1]);
+            farWeights_[index] = Simd::Broadcast(job.farWeights[index + 1]);
         });
     }
 
@@ -61,8 +62,7 @@ class FactorReader {
         Bytes steps[factor];
         steps[0] = Round(x);
         Repeat<factor - 1>([&](auto index) __attribute__((always_inline)) {
-            constexpr int step = index + 1;
-            steps[step] = Blend(x, nearWeights_[step], farWeights_[step]);
+            steps[index + 1] = Blend(x, nearWeights_[index], farWeights_[index]);
         });
         std::uint8_t* const destination = job_.destination + x * factor * bytesPerPixelWord;
         Repeat<factor>([&](auto vector) __attribute__((always_inline)) {
@@ -111,8 +111,9 @@ class FactorReader {
 
     const ColumnInterpolation job_;
     PlanesOf<const float> planes_;
-    Floats nearWeights_[factor];
-    Floats farWeights_[factor];
+    // Of the steps behind the first.
+    Floats nearWeights_[factor - 1];
+    Floats farWeights_[factor - 1];
 };
 
 template <typename Simd, int factor>

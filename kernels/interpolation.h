@@ -28,8 +28,8 @@ struct ColumnInterpolation {
     const float* nearWeights;
     const float* farWeights;
     std::int64_t width;  // in pixels
-    // How many pixels each one of the line is the left sample of, with weights that repeat, of which
-    // the first are 1 and 0; 0 where that varies.
+    // How many pixels each one of the line is the left sample of, with weights that repeat, of
+    // which the first are 1 and 0; 0 where that varies.
     std::int64_t factor;
     std::uint32_t byteMask;  // which bytes of every pixel are written, as bits of its word
     std::uint8_t* destination;

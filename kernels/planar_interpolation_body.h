@@ -1,7 +1,8 @@
 // The vector body of smooth enlargement's two steps for vectors whose numbers can be permuted: the
 // line is kept as four planes, one for each byte of the pixels.
 //
-// Exactness: as in interpolation_body.h.
+// Exactness: as in interpolation_body.h. Products by 1 and by 0 may be left out, since numbers are
+// finite and not negative.
 #pragma once
 
 #include "kernels/interpolation.h"

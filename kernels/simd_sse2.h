@@ -82,9 +82,11 @@ struct Sse2 {
     }
 
     // The channel sums of four pixels.
-    static __m128i SumPixels(__m128i pixels) {
-        return _mm_unpacklo_epi16(SumTwoBoxes(pixels, pixels), _mm_setzero_si128());
-    }
+    struct PixelSummer {
+        __m128i operator()(__m128i pixels) const {
+            return _mm_unpacklo_epi16(SumTwoBoxes(pixels, pixels), _mm_setzero_si128());
+        }
+    };
 
     // The channel sums of twice four pixels in 16 bits.
     static __m128i SumTwoBoxes(__m128i first, __m128i second) {
@@ -193,7 +195,8 @@ struct Sse2 {
         __m128i up_[3];
     };
 
-    // The same for pixels whose bytes at even places all lie before those at odd places.
+    // The same for pixels of which, in every sixteen bytes, those at even places lie before those
+    // at odd places.
     class PartedArrangement {
       public:
         PartedArrangement(const ChannelOrder& from, const ChannelOrder& to) : arrange_(from, to) {}

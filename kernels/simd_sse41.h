@@ -22,7 +22,7 @@ inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to,
                         _mm_setr_epi32(0, steps, 2 * steps, 3 * steps));
 }
 
-// The same where the bytes at even places of all pixels lie before those at odd places.
+// The same where, of sixteen bytes, those at even places lie before those at odd places.
 inline __m128i PartedShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
     const auto placeOf = [](int place) {
         return static_cast<std::uint8_t>(place % 2 * 8 + place / 2);
@@ -57,15 +57,26 @@ struct Sse41 : Sse2 {
     static __m128i SumTwoBoxes(__m128i first, __m128i second) {
         return _mm_hadd_epi16(SumPairs(first), SumPairs(second));
     }
-    static __m128i SumPixels(__m128i pixels) {
-        return _mm_madd_epi16(SumPairs(pixels), _mm_set1_epi16(1));
-    }
     // For each channel, the sums of the first and of the last two of four pixels.
     static __m128i SumPairs(__m128i pixels) {
         const __m128i byChannel =
             _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
         return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel), _mm_set1_epi8(1));
     }
+
+    // Keeps its numbers: some compilers make them anew for every sum.
+    class PixelSummer {
+      public:
+        __m128i operator()(__m128i pixels) const {
+            const __m128i pairs = _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, byChannel_), ones_);
+            return _mm_madd_epi16(pairs, wordOnes_);
+        }
+
+      private:
+        __m128i byChannel_ = _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        __m128i ones_ = _mm_set1_epi8(1);
+        __m128i wordOnes_ = _mm_set1_epi16(1);
+    };
 
     static __m128i TransposeBytes(__m128i bytes) {
         return _mm_shuffle_epi8(

@@ -19,9 +19,9 @@ namespace zvk {
 
 enum class Axis : std::uint8_t { Horizontal, Vertical };
 
-// Owns an array of contribution lists and their entries. Entries lie in one block if there is
-// memory for it, since small pictures would take much of their time to get and give back each
-// list's by itself; else each list has memory of its own, or none.
+// Owns an array of contribution lists and their entries. All entries lie in one block if there is
+// memory for it; else each list has memory of its own, or none. To allocate and free that for every
+// list would take much of the time of a small picture.
 class ContributionTable {
   public:
     ContributionTable() = default;
@@ -35,7 +35,7 @@ class ContributionTable {
     // Frees the entries of every list and leaves the lists empty.
     void Clear();
 
-    // Makes room for `capacity` entries of each of the first `length` lists, which are empty.
+    // Makes room for `capacity` entries of each of the first `length` lists. All lists are empty.
     void Reserve(std::int64_t length, std::int64_t capacity);
 
     // Gives an empty list its room, filled with zeros; false when out of memory.
@@ -233,8 +233,8 @@ class ListFiller {
     std::size_t next_ = 0;
 };
 
-// Fills one list per destination coordinate, the first ones of the table, which are empty. A source
-// without pixels leaves them empty. Both lengths are below 2^31. Returns the lists.
+// Fills one list per destination coordinate, the first ones of a table whose lists are all empty. A
+// source without pixels leaves them empty. Both lengths are below 2^31. Returns the lists.
 template <typename Filter, Axis axis>
 std::span<const ContributionList> ComputeContributions(std::int64_t sourceLength,
                                                        ContributionTable& table,
