@@ -2,6 +2,8 @@
 // Included by the files that instantiate it and by nothing else; everything here is internal to
 // each of them.
 //
+// Colours are summed up each by itself; the fourth bytes of rows mean nothing.
+//
 // Exactness: sums are formed in single precision, in any order, fused or not. A list's bounds say
 // between which two values the definition's sum lies; where both truncate to one byte, that is it.
 // Open bytes are decided without any rounding where a list fits two sums, and by the definition
@@ -13,6 +15,7 @@
 
 #include "kernels/column_vectors.h"
 #include "kernels/repetition.h"
+#include "kernels/row_words.h"
 #include "kernels/simd_sse2.h"
 #include "kernels/whole_blending_body.h"
 
@@ -25,62 +28,125 @@ inline std::uint64_t ColourLanes(const ChannelOrder& order) {
     return colours * 0x1111111111111111U;
 }
 
-// `Rows` are the source's rows as bytes or as numbers.
-template <typename Simd, typename Narrow, typename FourDoubles, typename Rows, int rowCount>
+// Takes the colours of a vector's pixels from rows of bytes.
+template <typename Simd>
+class ByteReader {
+  public:
+    explicit ByteReader(const ColumnBlending& job)
+        : rows_(job.rows), bytes_{job.rowOrder.red, job.rowOrder.green, job.rowOrder.blue} {}
+
+    const PixelRows& rows() const { return rows_; }
+
+    // Where pixels lie in a row that begin `offset` bytes behind its first.
+    static const std::uint8_t* PlaceIn(const std::uint8_t* row, std::int64_t offset) {
+        return row + offset;
+    }
+    // One colour of the pixels at a place.
+    typename Simd::Floats Load(const std::uint8_t* place, int colour) const {
+        return Simd::Channel(Simd::LoadAll(place), bytes_[colour]);
+    }
+
+  private:
+    const PixelRows& rows_;
+    int bytes_[colourCount];
+};
+
+// The same from rows of numbers, where the colours of each vector's pixels lie one behind the
+// other.
+template <typename Simd>
+class NumberReader {
+  public:
+    explicit NumberReader(const ColumnBlending& job) : rows_(job.numbers) {}
+
+    const NumberRows& rows() const { return rows_; }
+
+    static const float* PlaceIn(const float* row, std::int64_t offset) {
+        return row + offset / bytesPerPixelWord * colourCount;
+    }
+    static typename Simd::Floats Load(const float* place, int colour) {
+        return Simd::Load(place + colour * Simd::floatCount);
+    }
+
+  private:
+    const NumberRows& rows_;
+};
+
+template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
 class ColumnBlender {
   public:
-    ColumnBlender(const ColumnBlending& job, const Rows& rows)
+    explicit ColumnBlender(const ColumnBlending& job)
         : job_(job),
-          rows_(rows),
+          reader_(job),
           count_(job.lists->count),
-          beforeEnd_(std::min(count_, rows.capacity - job.lists->first % rows.capacity)),
-          first_(rows.Row(job.lists->first)),
+          beforeEnd_(std::min(
+              count_, reader_.rows().capacity - job.lists->first % reader_.rows().capacity)),
+          first_(reader_.rows().Row(job.lists->first)),
           isInTwoSums_(std::all_of(
               job.lists, job.lists + rowCount,
               [](const BoundedList& list) { return list.decision == Decision::InTwoSums; })),
+          asRead_(job.rowOrder),
+          asWritten_(job.order),
           arrange_(job.rowOrder, job.order),
           colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {}
 
     void Run() const {
-        ForEachVector<Simd>(job_, [this](std::int64_t offset) { Blend(offset); });
+        const std::int64_t size = job_.width * bytesPerPixelWord;
+        std::int64_t offset = 0;
+        for (; offset + Simd::byteCount <= size; offset += Simd::byteCount) {
+            Blend(
+                offset, [&](int row, Bytes pixels) __attribute__((always_inline)) {
+                    StoreVector<Simd>(job_, row, offset, pixels);
+                });
+        }
+        if (offset < size) BlendRest(offset, static_cast<std::size_t>(size - offset));
+        if (job_.streams) EndStream();
     }
 
   private:
     using Floats = typename Simd::Floats;
     using Bytes = typename Simd::Bytes;
     using Mask = typename Simd::Mask;
-    static constexpr int partCount = 4;
 
-    // Parts of a vector's bytes as numbers.
-    using Parts = Floats[partCount];
+    // A number for each colour of a vector's pixels.
+    using Sums = Floats[colourCount];
 
-    // Blends a vector's bytes of each row from `offset` on.
-    void Blend(std::int64_t offset) const {
+    // Blends fewer bytes than a vector has.
+    void BlendRest(std::int64_t offset, std::size_t size) const {
+        Blend(offset, [&](int row, Bytes pixels) {
+            std::uint8_t bytes[Simd::byteCount];
+            Simd::StoreAll(bytes, pixels);
+            __builtin_memcpy(job_.destinations[row] + offset, bytes, size);
+        });
+    }
+
+    // Calls `store` with a vector's bytes of each row from `offset` on.
+    template <typename Store>
+    [[gnu::always_inline]] void Blend(std::int64_t offset, Store store) const {
         if (isInTwoSums_) {
-            Repeat<rowCount>([&](auto row) {
-                StoreVector<Simd>(job_, row, offset, SumInTwo(job_.lists[row], offset));
+            Repeat<rowCount>([&](auto row) __attribute__((always_inline)) {
+                store(row, SumInTwo(job_.lists[row], offset));
             });
             return;
         }
-        Parts sums[rowCount];
+        Sums sums[rowCount];
         Repeat<rowCount>([&](auto row) {
-            Repeat<partCount>(
-                [&](auto part) { sums[row][part] = Simd::Broadcast(job_.lists[row].bias); });
+            Repeat<colourCount>(
+                [&](auto colour) { sums[row][colour] = Simd::Broadcast(job_.lists[row].bias); });
         });
         ForEachTap(offset, [&](std::int32_t tap, const auto* values) {
-            Repeat<partCount>([&](auto part) {
-                Floats numbers = LoadPart(values + part * Simd::floatCount);
+            Repeat<colourCount>([&](auto colour) {
+                Floats numbers = reader_.Load(values, colour);
                 // Keeps the compiler from loading the numbers once more for every row: the loads
                 // are what bounds this loop.
                 __asm__("" : "+v"(numbers));
                 Repeat<rowCount>([&](auto row) {
                     const Floats weight = Simd::Broadcast(job_.lists[row].weights[tap]);
-                    sums[row][part] = Simd::MultiplyAdd(numbers, weight, sums[row][part]);
+                    sums[row][colour] = Simd::MultiplyAdd(numbers, weight, sums[row][colour]);
                 });
             });
         });
-        Repeat<rowCount>([&](auto row) {
-            StoreVector<Simd>(job_, row, offset, Truncate(job_.lists[row], sums[row], offset));
+        Repeat<rowCount>([&](auto row) __attribute__((always_inline)) {
+            store(row, Truncate(job_.lists[row], sums[row], offset));
         });
     }
 
@@ -88,27 +154,32 @@ class ColumnBlender {
     // lists and where its values lie from `offset` on.
     template <typename Add>
     void ForEachTap(std::int64_t offset, Add add) const {
-        const auto* const beforeEnd = first_ + offset;
+        const std::int64_t stride = reader_.rows().stride;
+        const auto* const beforeEnd = Reader::PlaceIn(first_, offset);
         for (std::int32_t tap = 0; tap < beforeEnd_; ++tap)
-            add(tap, beforeEnd + tap * rows_.stride);
-        const auto* const begin = rows_.places + offset;
+            add(tap, beforeEnd + tap * stride);
+        const auto* const begin = Reader::PlaceIn(reader_.rows().places, offset);
         for (std::int32_t tap = beforeEnd_; tap < count_; ++tap)
-            add(tap, begin + (tap - beforeEnd_) * rows_.stride);
+            add(tap, begin + (tap - beforeEnd_) * stride);
     }
 
-    static Floats LoadPart(const std::uint8_t* bytes) { return Simd::LoadBytes(bytes); }
-    static Floats LoadPart(const float* numbers) { return Simd::Load(numbers); }
+    // Colours as bytes, truncated and clamped, in an order of their own.
+    static Bytes Pack(const Sums& sums) {
+        return Simd::ToBytes({sums[0], sums[1], sums[2], sums[2]});
+    }
 
     // The bytes of biased sums.
-    Bytes Truncate(const BoundedList& list, const Parts& sums, std::int64_t offset) const {
-        const Bytes low = Simd::ToBytes(sums);
-        if (list.slack == 0.0F) return arrange_(Simd::InOrder(low));
-        const Floats slack = Simd::Broadcast(list.slack);
-        const Bytes high = Simd::ToBytes({Simd::Add(sums[0], slack), Simd::Add(sums[1], slack),
-                                          Simd::Add(sums[2], slack), Simd::Add(sums[3], slack)});
-        if (Simd::Differing(low, high) == 0) return arrange_(Simd::InOrder(low));
+    Bytes Truncate(const BoundedList& list, const Sums& sums, std::int64_t offset) const {
+        const Bytes low = Pack(sums);
+        if (list.slack == 0.0F) return asWritten_(low);
+        Sums upper;
+        Repeat<colourCount>([&](auto colour) {
+            upper[colour] = Simd::Add(sums[colour], Simd::Broadcast(list.slack));
+        });
+        const Bytes high = Pack(upper);
+        if (Simd::Differing(low, high) == 0) return asWritten_(low);
         if (list.decision != Decision::ByBounds) return SumOpenInTwo(list, offset);
-        return Settle(list, Simd::InOrder(low), Simd::InOrder(high), offset);
+        return Settle(list, asRead_(low), asRead_(high), offset);
     }
 
     // Adds up the definition's products in two sums, of their whole units and of what is left, both
@@ -117,26 +188,27 @@ class ColumnBlender {
     [[gnu::always_inline]] Bytes SumInTwo(const BoundedList& list, std::int64_t offset) const {
         constexpr float anchor = 3072.0F;
         constexpr float unit = 0x1p-12F;
-        Parts heads;
-        Parts rests;
-        Repeat<partCount>([&](auto part) {
-            heads[part] = Simd::Broadcast(anchor + 0.5F);
-            rests[part] = Simd::Broadcast(0.0F);
+        Sums heads;
+        Sums rests;
+        Repeat<colourCount>([&](auto colour) {
+            heads[colour] = Simd::Broadcast(anchor + 0.5F);
+            rests[colour] = Simd::Broadcast(0.0F);
         });
         ForEachTap(offset, [&](std::int32_t tap, const auto* values) {
             const Floats weight = Simd::Broadcast(list.weights[tap]);
-            Repeat<partCount>([&](auto part) {
-                const Floats numbers = LoadPart(values + part * Simd::floatCount);
+            Repeat<colourCount>([&](auto colour) {
+                const Floats numbers = reader_.Load(values, colour);
                 const Floats product = Simd::Multiply(numbers, weight);
-                rests[part] = Simd::AddInMultiplier(rests[part], MoveUnits(product, heads[part]));
+                rests[colour] =
+                    Simd::AddInMultiplier(rests[colour], MoveUnits(product, heads[colour]));
             });
         });
-        Repeat<partCount>([&](auto part) {
-            const Floats rest = MoveUnits(rests[part], heads[part]);
-            heads[part] = Simd::Subtract(Simd::Subtract(heads[part], Simd::Broadcast(anchor)),
-                                         Simd::WhereNegative(rest, unit / 2));
+        Repeat<colourCount>([&](auto colour) {
+            const Floats rest = MoveUnits(rests[colour], heads[colour]);
+            heads[colour] = Simd::Subtract(Simd::Subtract(heads[colour], Simd::Broadcast(anchor)),
+                                           Simd::WhereNegative(rest, unit / 2));
         });
-        return arrange_(Simd::InOrder(Simd::ToBytes(heads)));
+        return asWritten_(Pack(heads));
     }
 
     [[gnu::noinline]] Bytes SumOpenInTwo(const BoundedList& list, std::int64_t offset) const {
@@ -255,22 +327,25 @@ class ColumnBlender {
     static constexpr std::int64_t partSize = 16;
 
     const ColumnBlending& job_;
-    const Rows& rows_;
+    Reader reader_;
     std::int32_t count_;
     // How many of the rows come before the end of the places.
     std::int32_t beforeEnd_;
-    decltype(std::declval<const Rows&>().Row(0)) first_;
+    decltype(std::declval<const Reader&>().rows().Row(0)) first_;
     bool isInTwoSums_;
+    // From packed colours, and from pixels as they are read.
+    typename Simd::ColourArrangement asRead_;
+    typename Simd::ColourArrangement asWritten_;
     typename Simd::Arrangement arrange_;
     Mask colourLanes_;
 };
 
-template <typename Simd, typename Narrow, typename FourDoubles, typename Rows>
-void BlendRowsOf(const ColumnBlending& job, const Rows& rows) {
+template <typename Simd, typename Narrow, typename FourDoubles, typename Reader>
+void BlendFrom(const ColumnBlending& job) {
     if (job.listCount == 1) {
-        ColumnBlender<Simd, Narrow, FourDoubles, Rows, 1>(job, rows).Run();
+        ColumnBlender<Simd, Narrow, FourDoubles, Reader, 1>(job).Run();
     } else {
-        ColumnBlender<Simd, Narrow, FourDoubles, Rows, rowsBlended>(job, rows).Run();
+        ColumnBlender<Simd, Narrow, FourDoubles, Reader, rowsBlended>(job).Run();
     }
 }
 
@@ -279,9 +354,9 @@ void BlendWideRows(const ColumnBlending& job) {
     if (AreInWholes(job)) {
         WholeBlender<Simd>(job).Run();
     } else if (job.numbers.places != nullptr) {
-        BlendRowsOf<Simd, Narrow, FourDoubles>(job, job.numbers);
+        BlendFrom<Simd, Narrow, FourDoubles, NumberReader<Simd>>(job);
     } else {
-        BlendRowsOf<Simd, Narrow, FourDoubles>(job, job.rows);
+        BlendFrom<Simd, Narrow, FourDoubles, ByteReader<Simd>>(job);
     }
 }
 
@@ -301,12 +376,16 @@ void BlendRows(const ColumnBlending& job) {
 }
 
 template <typename Simd>
-void WidenRow(const std::uint8_t* bytes, std::int64_t count, float* numbers) {
-    std::int64_t index = 0;
-    for (; index + Simd::floatCount <= count; index += Simd::floatCount)
-        Simd::Store(numbers + index, Simd::LoadBytes(bytes + index));
-    for (; index < count; ++index)
-        numbers[index] = bytes[index];
+void WidenRow(const RowWidening& job) {
+    const int places[] = {job.order.red, job.order.green, job.order.blue};
+    float* numbers = job.numbers;
+    for (std::int64_t x = 0; x < job.width; x += Simd::floatCount) {
+        const auto pixels = Simd::LoadAll(job.pixels + x * bytesPerPixelWord);
+        for (const int place : places) {
+            Simd::Store(numbers, Simd::Channel(pixels, place));
+            numbers += Simd::floatCount;
+        }
+    }
 }
 
 }  // namespace

@@ -38,10 +38,10 @@ inline constexpr int rowsBlended = 2;
 
 // A job of blending the rows that lists name into a row each; lists that are served together begin
 // at one row, have as many weights, and are all in whole numbers or none of them is. Rows have
-// `rowPadding` bytes behind them or are at least that long, and as many numbers.
+// `rowPadding` bytes behind them or are at least that long.
 struct ColumnBlending {
     PixelRows rows;
-    // The bytes of the same rows as numbers, or no places at all.
+    // The colours of the same rows as numbers, or no places at all.
     NumberRows numbers;
     ChannelOrder rowOrder;
     const BoundedList* lists;
@@ -50,6 +50,15 @@ struct ColumnBlending {
     std::int64_t width;  // in pixels
     std::uint8_t* destinations[rowsBlended];
     bool streams;  // whether the results are stored past the caches
+};
+
+// A job of making numbers of a row's colours. The row has `rowPadding` bytes behind it, or is at
+// least that long.
+struct RowWidening {
+    const std::uint8_t* pixels;
+    ChannelOrder order;
+    std::int64_t width;  // in pixels
+    float* numbers;      // as many as `NumberCountOf` says
 };
 
 // A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
@@ -73,8 +82,8 @@ struct KernelTable {
     void (*resampleRows)(const RowResampling& job);
     // Blends rows into rows of opaque pixels.
     void (*blendRows)(const ColumnBlending& job);
-    // Makes numbers of `count` bytes.
-    void (*widenRow)(const std::uint8_t* bytes, std::int64_t count, float* numbers);
+    // Makes numbers of a row's colours.
+    void (*widenRow)(const RowWidening& job);
     // Averages blocks of rows.
     void (*averageRows)(const RowAveraging& job);
     // The two steps of smooth enlargement.

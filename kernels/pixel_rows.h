@@ -15,7 +15,17 @@ struct PixelRows {
     std::uint8_t* Row(std::int64_t index) const { return places + index % capacity * stride; }
 };
 
-// Rows of bytes as single-precision numbers, kept like PixelRows.
+// Colours are kept as numbers for whole groups of this many pixels.
+inline constexpr std::int64_t pixelsInNumbers = 16;
+
+// How many numbers a row of `width` pixels takes.
+constexpr std::int64_t NumberCountOf(std::int64_t width) {
+    constexpr std::int64_t colours = 3;
+    return (width + pixelsInNumbers - 1) / pixelsInNumbers * pixelsInNumbers * colours;
+}
+
+// The colours of rows as single-precision numbers, kept like PixelRows. How they lie within a row
+// is the kernels' own affair: those that write them read them.
 struct NumberRows {
     float* places;
     std::int64_t stride;  // numbers from one place to the next

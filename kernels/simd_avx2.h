@@ -40,11 +40,6 @@ struct Avx2 {
                              _mm256_set1_ps(number));
     }
 
-    static Floats LoadBytes(const std::uint8_t* bytes) {
-        const __m128i packed = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes));
-        return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(packed));
-    }
-
     // Picks numbers and those behind them by ascending indices; enlarged, neighbours are seldom
     // farther apart than a vector reaches.
     class NeighbourPicker {
@@ -175,6 +170,12 @@ struct Avx2 {
       private:
         __m256i shuffle_;
         __m256i opaque_;
+    };
+
+    class ColourArrangement : public Arrangement {
+      public:
+        explicit ColourArrangement(const ChannelOrder& to)
+            : Arrangement(ColourShufflePattern(to), to) {}
     };
 
     class PartedArrangement : public Arrangement {

@@ -38,10 +38,6 @@ struct Avx512 {
                                    _mm512_set1_ps(number));
     }
 
-    static Floats LoadBytes(const std::uint8_t* bytes) {
-        return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(Sse2::LoadAll(bytes)));
-    }
-
     // Picks numbers and those behind them by ascending indices; enlarged, neighbours are seldom
     // farther apart than a vector reaches.
     class NeighbourPicker {
@@ -93,11 +89,6 @@ struct Avx512 {
         const __m512i high =
             _mm512_packs_epi32(_mm512_cvttps_epi32(values[2]), _mm512_cvttps_epi32(values[3]));
         return _mm512_packus_epi16(low, high);
-    }
-    static Bytes InOrder(Bytes bytes) {
-        const __m512i pattern =
-            _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-        return _mm512_permutexvar_epi32(pattern, bytes);
     }
 
     struct WholeSums {
@@ -153,16 +144,26 @@ struct Avx512 {
     class Arrangement {
       public:
         Arrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : shuffle_(_mm512_broadcast_i32x4(ShufflePattern(from, to))),
-              opaque_(_mm512_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+            : Arrangement(ShufflePattern(from, to), to) {}
 
         Bytes operator()(Bytes pixels) const {
             return _mm512_or_si512(_mm512_shuffle_epi8(pixels, shuffle_), opaque_);
         }
 
+      protected:
+        Arrangement(__m128i shuffle, const ChannelOrder& to)
+            : shuffle_(_mm512_broadcast_i32x4(shuffle)),
+              opaque_(_mm512_set1_epi32(static_cast<int>(OpaquePixel(to, 0, 0, 0)))) {}
+
       private:
         __m512i shuffle_;
         __m512i opaque_;
+    };
+
+    class ColourArrangement : public Arrangement {
+      public:
+        explicit ColourArrangement(const ChannelOrder& to)
+            : Arrangement(ColourShufflePattern(to), to) {}
     };
 };
 

@@ -63,6 +63,12 @@ struct Sse2 {
         return _mm_loadu_ps(pixels + std::int64_t{*indices} * bytesPerPixelWord);
     }
 
+    // The bytes at one place of all pixels.
+    static Floats Channel(Bytes pixels, int byte) {
+        const __m128i values = _mm_srl_epi32(pixels, _mm_cvtsi32_si128(8 * byte));
+        return _mm_cvtepi32_ps(_mm_and_si128(values, _mm_set1_epi32(255)));
+    }
+
     // Truncates and clamps four vectors to bytes, in order.
     static Bytes ToBytes(const Floats (&values)[4]) {
         const __m128i low =
@@ -193,6 +199,19 @@ struct Sse2 {
         __m128i opaque_;
         __m128i down_[3];
         __m128i up_[3];
+    };
+
+    // The same for pixels that lie colour by colour: in every sixteen bytes, four reds, four greens
+    // and four blues.
+    class ColourArrangement {
+      public:
+        explicit ColourArrangement(const ChannelOrder& to)
+            : arrange_({.red = 0, .green = 1, .blue = 2, .alpha = 3, .opaque = 0}, to) {}
+
+        Bytes operator()(Bytes colours) const { return arrange_(TransposeBytes(colours)); }
+
+      private:
+        Arrangement arrange_;
     };
 
     // The same for pixels of which, in every sixteen bytes, those at even places lie before those

@@ -22,6 +22,11 @@ inline __m128i ShufflePattern(const ChannelOrder& from, const ChannelOrder& to,
                         _mm_setr_epi32(0, steps, 2 * steps, 3 * steps));
 }
 
+// The same where sixteen bytes are four reds, four greens and four blues.
+inline __m128i ColourShufflePattern(const ChannelOrder& to) {
+    return ShufflePattern({.red = 0, .green = 4, .blue = 8, .alpha = 12, .opaque = 0}, to, 1);
+}
+
 // The same where, of sixteen bytes, those at even places lie before those at odd places.
 inline __m128i PartedShufflePattern(const ChannelOrder& from, const ChannelOrder& to) {
     const auto placeOf = [](int place) {
@@ -104,6 +109,12 @@ struct Sse41 : Sse2 {
       private:
         __m128i shuffle_;
         __m128i opaque_;
+    };
+
+    class ColourArrangement : public Arrangement {
+      public:
+        explicit ColourArrangement(const ChannelOrder& to)
+            : Arrangement(ColourShufflePattern(to), to) {}
     };
 
     class PartedArrangement : public Arrangement {

@@ -210,12 +210,12 @@ ColumnPass::ColumnPass(const PictureReader& reader, std::span<const Contribution
 // room in the second-level cache. Without memory for them nothing changes but the time.
 void ColumnPass::PrepareNumbers(std::int64_t width) {
     constexpr std::int64_t fewestUses = 3;
-    constexpr std::int64_t mostNumbers = std::int64_t{1} << 18U;
-    const std::int64_t stride = width * bytesPerPixelWord;
+    constexpr std::int64_t mostNumbers = std::int64_t{3} << 16U;
+    const std::int64_t stride = kernels::NumberCountOf(width);
     const std::int64_t capacity = bounded_.longestSpan();
     if (bounded_.weightCount() < fewestUses * bounded_.sourceSpan()) return;
     if (capacity < 1 || stride > mostNumbers / capacity) return;
-    numbers_ = AllocateZeroed<float>(stride * capacity + kernels::rowPadding);
+    numbers_ = AllocateZeroed<float>(stride * capacity);
     numberRows_ = {.places = numbers_.get(),
                    .stride = stride,
                    .capacity = static_cast<std::int32_t>(capacity)};
@@ -226,8 +226,10 @@ void ColumnPass::WidenRows(std::int64_t y, const kernels::PixelRows& rows, std::
     if (numbers_ == nullptr) return;
     const RowRange needed = RowsFor(y);
     for (std::int64_t row = std::max(widened_, needed.first); row < needed.last; ++row) {
-        kernels::SelectedKernels().widenRow(rows.Row(row), width * bytesPerPixelWord,
-                                            numberRows_.Row(row));
+        kernels::SelectedKernels().widenRow({.pixels = rows.Row(row),
+                                             .order = rowOrder_,
+                                             .width = width,
+                                             .numbers = numberRows_.Row(row)});
     }
     widened_ = std::max(widened_, needed.last);
 }

@@ -67,7 +67,7 @@ struct CheckedKernels {
 
     CheckedKernel<const RowResampling&> resampleRows;
     CheckedKernel<const ColumnBlending&> blendRows;
-    CheckedKernel<const std::uint8_t*, std::int64_t, float*> widenRow;
+    CheckedKernel<const RowWidening&> widenRow;
     CheckedKernel<const RowAveraging&> averageRows;
     CheckedKernel<const RowInterpolation&> interpolateRows;
     CheckedKernel<const ColumnInterpolation&> interpolateColumns;

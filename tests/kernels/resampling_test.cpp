@@ -141,16 +141,17 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
     const PixelRows places{.places = rows.data(),
                            .stride = stride,
                            .capacity = static_cast<std::int32_t>(lengths.source)};
-    GuardedBytes widened(static_cast<std::int64_t>(sizeof(float)) *
-                         (stride * lengths.source + rowPadding));
+    GuardedBytes widened(static_cast<std::int64_t>(sizeof(float)) * NumberCountOf(width) *
+                         lengths.source);
     const NumberRows numbers{.places = reinterpret_cast<float*>(widened.data()),
-                             .stride = stride,
+                             .stride = NumberCountOf(width),
                              .capacity = places.capacity};
-    kernels().widenRow(rows.data(), stride * lengths.source + rowPadding, numbers.places);
     ForEveryFilter<Axis::Vertical>(lengths, [&](auto lists) {
         BoundedTable bounded;
         ASSERT_TRUE(bounded.Build(lists));
         for (const ChannelOrder& from : testing::orders) {
+            for (std::int64_t row = 0; row < lengths.source; ++row)
+                kernels().widenRow({places.Row(row), from, width, numbers.Row(row)});
             const ChannelOrder& to = testing::orders[random() % testing::orders.size()];
             const std::size_t y = random() % lists.size();
             const int rowCount = bounded.SharesRows(static_cast<std::int64_t>(y)) ? rowsBlended : 1;
