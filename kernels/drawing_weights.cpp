@@ -80,8 +80,7 @@ std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights) {
     const auto leftRest = ScaleRest((1.0 - weights.topRight) - weights.bottomRight);
     const auto rightRest = ScaleRest((1.0 - weights.topLeft) - weights.bottomLeft);
     if (!rest) return std::nullopt;
-    return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft,
-                        *rest,    leftRest,  rightRest};
+    return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft, *rest, leftRest, rightRest};
 }
 
 void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights) {
