@@ -172,17 +172,9 @@ struct Avx2 {
         __m256i opaque_;
     };
 
-    class ColourArrangement : public Arrangement {
-      public:
-        explicit ColourArrangement(const ChannelOrder& to)
-            : Arrangement(ColourShufflePattern(to), to) {}
-    };
+    using ColourArrangement = ColourShuffle<Arrangement>;
 
-    class PartedArrangement : public Arrangement {
-      public:
-        PartedArrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : Arrangement(PartedShufflePattern(from, to), to) {}
-    };
+    using PartedArrangement = PartedShuffle<Arrangement>;
 };
 
 }  // namespace

@@ -160,11 +160,7 @@ struct Avx512 {
         __m512i opaque_;
     };
 
-    class ColourArrangement : public Arrangement {
-      public:
-        explicit ColourArrangement(const ChannelOrder& to)
-            : Arrangement(ColourShufflePattern(to), to) {}
-    };
+    using ColourArrangement = ColourShuffle<Arrangement>;
 };
 
 }  // namespace

@@ -40,6 +40,19 @@ inline __m128i PartedShufflePattern(const ChannelOrder& from, const ChannelOrder
     return ShufflePattern(parted, to, 2);
 }
 
+// Arrangements, made of one that takes its pattern, for pixels that lie in these other ways.
+template <typename Shuffle>
+class ColourShuffle : public Shuffle {
+  public:
+    explicit ColourShuffle(const ChannelOrder& to) : Shuffle(ColourShufflePattern(to), to) {}
+};
+template <typename Shuffle>
+class PartedShuffle : public Shuffle {
+  public:
+    PartedShuffle(const ChannelOrder& from, const ChannelOrder& to)
+        : Shuffle(PartedShufflePattern(from, to), to) {}
+};
+
 struct Sse41 : Sse2 {
     static __m128i LoadIntegers(const std::uint8_t* bytes) {
         int word = 0;
@@ -111,17 +124,9 @@ struct Sse41 : Sse2 {
         __m128i opaque_;
     };
 
-    class ColourArrangement : public Arrangement {
-      public:
-        explicit ColourArrangement(const ChannelOrder& to)
-            : Arrangement(ColourShufflePattern(to), to) {}
-    };
+    using ColourArrangement = ColourShuffle<Arrangement>;
 
-    class PartedArrangement : public Arrangement {
-      public:
-        PartedArrangement(const ChannelOrder& from, const ChannelOrder& to)
-            : Arrangement(PartedShufflePattern(from, to), to) {}
-    };
+    using PartedArrangement = PartedShuffle<Arrangement>;
 };
 
 }  // namespace
