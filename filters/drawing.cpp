@@ -45,8 +45,8 @@ class DrawnPicture {
 
     bool IsMasked() const { return mask_ != nullptr; }
 
-    // All that holds for every row; the rows themselves are not there yet.
-    kernels::SourceRows Rows() const {
+    // What holds for every row, without the rows themselves.
+    kernels::SourceRows WithoutRows() const {
         return {.above = {},
                 .below = {},
                 .order = picture_.Order(),
@@ -86,7 +86,7 @@ class RowPainter {
         : destination_(destination),
           drawn_(drawn),
           top_(top),
-          job_{.source = drawn.Rows(),
+          job_{.source = drawn.WithoutRows(),
                .offset = left,
                .weights = weights,
                .order = destination.Order(),

@@ -19,6 +19,9 @@ struct ChannelOrder {
 
 inline constexpr std::int64_t bytesPerPixelWord = 4;
 
+// All channels but the fourth byte.
+inline constexpr int colourCount = 3;
+
 // The pixel word with the given channels, as it lies in memory on this little-endian machine.
 constexpr std::uint32_t OpaquePixel(const ChannelOrder& order, std::uint32_t red,
                                     std::uint32_t green, std::uint32_t blue) {

@@ -15,7 +15,6 @@
 
 #include "kernels/column_vectors.h"
 #include "kernels/repetition.h"
-#include "kernels/row_words.h"
 #include "kernels/simd_sse2.h"
 #include "kernels/whole_blending_body.h"
 

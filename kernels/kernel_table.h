@@ -38,7 +38,8 @@ inline constexpr int rowsBlended = 2;
 
 // A job of blending the rows that lists name into a row each; lists that are served together begin
 // at one row, have as many weights, and are all in whole numbers or none of them is. Rows have
-// `rowPadding` bytes behind them or are at least that long.
+// `rowPadding` bytes behind them; those of lists in whole numbers may do without if they are at
+// least that long.
 struct ColumnBlending {
     PixelRows rows;
     // The colours of the same rows as numbers, or no places at all.
@@ -52,8 +53,7 @@ struct ColumnBlending {
     bool streams;  // whether the results are stored past the caches
 };
 
-// A job of making numbers of a row's colours. The row has `rowPadding` bytes behind it, or is at
-// least that long.
+// A job of making numbers of a row's colours. The row has `rowPadding` bytes behind it.
 struct RowWidening {
     const std::uint8_t* pixels;
     ChannelOrder order;

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "kernels/channel_order.h"
+
 namespace zvk::kernels {
 
 // Rows of four-byte pixels in the source's order; the fourth byte means nothing. Where there are
@@ -20,8 +22,7 @@ inline constexpr std::int64_t pixelsInNumbers = 16;
 
 // How many numbers a row of `width` pixels takes.
 constexpr std::int64_t NumberCountOf(std::int64_t width) {
-    constexpr std::int64_t colours = 3;
-    return (width + pixelsInNumbers - 1) / pixelsInNumbers * pixelsInNumbers * colours;
+    return (width + pixelsInNumbers - 1) / pixelsInNumbers * pixelsInNumbers * colourCount;
 }
 
 // The colours of rows as single-precision numbers, kept like PixelRows. How they lie within a row

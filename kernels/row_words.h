@@ -5,12 +5,13 @@
 
 #include <cstdint>
 
+#include "kernels/channel_order.h"
+
 namespace zvk::kernels {
 
 // Kernels that take rows side by side take this many.
 inline constexpr int rowsAtOnce = 8;
 
-inline constexpr int colourCount = 3;
 inline constexpr std::int64_t wordsPerColour = std::int64_t{2} * rowsAtOnce;
 inline constexpr std::int64_t wordsPerPair = wordsPerColour * colourCount;
 
