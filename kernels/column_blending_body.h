@@ -349,29 +349,14 @@ void BlendFrom(const ColumnBlending& job) {
 }
 
 template <typename Simd, typename Narrow, typename FourDoubles>
-void BlendWideRows(const ColumnBlending& job) {
+void BlendRows(const ColumnBlending& job) {
     if (AreInWholes(job)) {
-        WholeBlender<Simd>(job).Run();
+        BlendInWholes<Simd>(job);
     } else if (job.numbers.places != nullptr) {
         BlendFrom<Simd, Narrow, FourDoubles, NumberReader<Simd>>(job);
     } else {
         BlendFrom<Simd, Narrow, FourDoubles, ByteReader<Simd>>(job);
     }
-}
-
-// Rows shorter than a vector are blended aside.
-template <typename Simd, typename Narrow, typename FourDoubles>
-void BlendRows(const ColumnBlending& job) {
-    const std::int64_t size = job.width * bytesPerPixelWord;
-    if (size >= Simd::byteCount) return BlendWideRows<Simd, Narrow, FourDoubles>(job);
-    std::uint8_t bytes[rowsBlended][Simd::byteCount];
-    ColumnBlending aside = job;
-    for (int row = 0; row < job.listCount; ++row)
-        aside.destinations[row] = bytes[row];
-    aside.streams = false;
-    BlendWideRows<Simd, Narrow, FourDoubles>(aside);
-    for (int row = 0; row < job.listCount; ++row)
-        __builtin_memcpy(job.destinations[row], bytes[row], static_cast<std::size_t>(size));
 }
 
 template <typename Simd>

@@ -136,7 +136,6 @@ class WeightedDrawer {
     }
 
   private:
-    static constexpr int colours = 3;
     static constexpr ChannelOrder summedOrder{
         .red = 0, .green = 1, .blue = 2, .alpha = 3, .opaque = 0};
 
@@ -152,15 +151,15 @@ class WeightedDrawer {
         }
 
       private:
-        __m128i shifts_[colours];
+        __m128i shifts_[colourCount];
     };
 
     // What four destination pixels have taken so far.
     struct Sums {
-        __m128i channels[colours] = {};
+        __m128i channels[colourCount] = {};
 
         void Add(__m128i pixels, const Channels& channelOf, const FourDoubles& weights) {
-            for (int colour = 0; colour < colours; ++colour) {
+            for (int colour = 0; colour < colourCount; ++colour) {
                 const auto values = FourDoubles::FromIntegers(channelOf(pixels, colour));
                 channels[colour] =
                     _mm_add_epi32(channels[colour], values.Times(weights).Truncated());

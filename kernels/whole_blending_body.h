@@ -72,5 +72,20 @@ class WholeBlender {
     Quotient quotients_[rowsBlended];
 };
 
+// Rows shorter than a vector are blended aside.
+template <typename Simd>
+void BlendInWholes(const ColumnBlending& job) {
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    if (size >= Simd::byteCount) return WholeBlender<Simd>(job).Run();
+    std::uint8_t bytes[rowsBlended][Simd::byteCount];
+    ColumnBlending aside = job;
+    for (int row = 0; row < job.listCount; ++row)
+        aside.destinations[row] = bytes[row];
+    aside.streams = false;
+    WholeBlender<Simd>(aside).Run();
+    for (int row = 0; row < job.listCount; ++row)
+        __builtin_memcpy(job.destinations[row], bytes[row], static_cast<std::size_t>(size));
+}
+
 }  // namespace
 }  // namespace zvk::kernels
