@@ -9,6 +9,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "benchmarks/agreement.h"
@@ -28,6 +29,7 @@ namespace {
 
 constexpr Effort fullEffort{0.5, 15};
 constexpr Effort quickEffort{0.2, 5};
+constexpr Effort rematchEffort{1.5, 45};
 
 bool Contains(const std::vector<std::string>& names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -84,6 +86,11 @@ std::vector<Offer> OffersFor(const Job& job, const Plugins& plugins) {
     return offers;
 }
 
+std::vector<Offer> OursAmong(std::vector<Offer> offers) {
+    std::erase_if(offers, [](const Offer& offer) { return offer.kinship != Kinship::Ours; });
+    return offers;
+}
+
 Outcome RunJob(ResultPictures& results, const Job& job, const Plugins& plugins, bool quick,
                std::vector<std::string>& remarks) {
     std::vector<Offer> offers = OffersFor(job, plugins);
@@ -93,7 +100,10 @@ Outcome RunJob(ResultPictures& results, const Job& job, const Plugins& plugins, 
     for (const PictureKind kind : allKinds) {
         if (quick && kind != PictureKind::Noise) continue;
         const Scene scene(results, job, kind);
-        outcome.contests.push_back(Measure(scene, kind, offers, quick ? quickEffort : fullEffort));
+        Contest contest{kind, Measure(scene, offers, quick ? quickEffort : fullEffort), {}};
+        if (contest.HasSlowerLevel())
+            contest.rematch = Measure(scene, OursAmong(offers), rematchEffort);
+        outcome.contests.push_back(std::move(contest));
     }
     return outcome;
 }
@@ -139,7 +149,7 @@ void Run(const Options& options) {
         outcomes.push_back(RunJob(results, job, plugins, options.quick, remarks));
         if (options.details) PrintDetails(outcomes.back());
     }
-    const auto slower = SlowerThanLevelBelow(outcomes, levels);
+    const auto slower = SlowerThanLevelBelow(outcomes);
     remarks.insert(remarks.end(), slower.begin(), slower.end());
     PrintReport(outcomes, levels, remarks);
     if (!options.write) return;

@@ -84,8 +84,8 @@ class Runner {
 
 }  // namespace
 
-Contest Measure(const Scene& scene, PictureKind kind, const std::vector<Offer>& offers,
-                const Effort& effort) {
+std::vector<Entrant> Measure(const Scene& scene, const std::vector<Offer>& offers,
+                             const Effort& effort) {
     std::vector<Runner> runners;
     runners.reserve(offers.size());
     for (const Offer& offer : offers)
@@ -94,13 +94,13 @@ Contest Measure(const Scene& scene, PictureKind kind, const std::vector<Offer>& 
         for (Runner& runner : runners)
             runner.TakeTurn(round);
     }
-    Contest contest{kind, {}};
+    std::vector<Entrant> entrants;
     for (std::size_t index = 0; index < offers.size(); ++index) {
         const Offer& offer = offers[index];
-        contest.entrants.push_back({offer.name, offer.kinship, offer.reason, offer.level,
-                                    offer.difference, runners[index].Finish()});
+        entrants.push_back({offer.name, offer.kinship, offer.reason, offer.level, offer.difference,
+                            runners[index].Finish()});
     }
-    return contest;
+    return entrants;
 }
 
 }  // namespace bench

@@ -17,7 +17,7 @@ struct Effort {
 
 /// Times every offer on the scene's pictures. A call ends when its result is
 /// released again.
-Contest Measure(const Scene& scene, PictureKind kind, const std::vector<Offer>& offers,
-                const Effort& effort);
+std::vector<Entrant> Measure(const Scene& scene, const std::vector<Offer>& offers,
+                             const Effort& effort);
 
 }  // namespace bench

@@ -10,6 +10,20 @@
 
 namespace bench {
 
+namespace {
+
+bool IsSlowerLevel(const Entrant& below, const Entrant& above) {
+    if (above.kinship != Kinship::Ours) return false;
+    const double seconds = below.times.Median();
+    return above.times.Median() > seconds * Allowance(seconds);
+}
+
+std::string Ratio(const Entrant& below, const Entrant& above) {
+    return workbench::Fixed(above.times.Median() / below.times.Median(), 2);
+}
+
+}  // namespace
+
 double Times::Quantile(double part) const {
     return sorted[static_cast<std::size_t>(
         std::lround(part * static_cast<double>(sorted.size() - 1)))];
@@ -20,6 +34,10 @@ const Entrant* Contest::Find(const std::string& name) const {
         std::find_if(entrants.begin(), entrants.end(),
                      [&name](const Entrant& entrant) { return entrant.name == name; });
     return found == entrants.end() ? nullptr : &*found;
+}
+
+bool Contest::HasSlowerLevel() const {
+    return std::adjacent_find(entrants.begin(), entrants.end(), IsSlowerLevel) != entrants.end();
 }
 
 const Entrant* Contest::FastestPeer(Level level) const {
@@ -70,21 +88,19 @@ bool Reaches(const Standing& standing, double ratio, double fastestKnown) {
     return standing.copies <= most * fastestKnown;
 }
 
-std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcomes,
-                                              const std::vector<std::string>& levels) {
+std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcomes) {
     std::vector<std::string> sentences;
     for (const Outcome& outcome : outcomes) {
         for (const Contest& contest : outcome.contests) {
-            for (std::size_t index = 1; index < levels.size(); ++index) {
-                const Entrant* below = contest.Find(levels[index - 1]);
-                const Entrant* above = contest.Find(levels[index]);
-                if (below == nullptr || above == nullptr) continue;
-                const double seconds = below->times.Median();
-                const double ratio = above->times.Median() / seconds;
-                if (ratio <= Allowance(seconds)) continue;
-                sentences.push_back(NameOf(outcome.job) + ", " + NameOf(contest.kind) + ": " +
-                                    above->name + " takes " + workbench::Fixed(ratio, 2) +
-                                    " times as long as " + below->name + ".");
+            for (std::size_t index = 1; index < contest.entrants.size(); ++index) {
+                const Entrant& below = contest.entrants[index - 1];
+                const Entrant& above = contest.entrants[index];
+                if (!IsSlowerLevel(below, above)) continue;
+                sentences.push_back(
+                    NameOf(outcome.job) + ", " + NameOf(contest.kind) + ": " + above.name +
+                    " took " + Ratio(below, above) + " times as long as " + below.name +
+                    "; timed once more, the levels by themselves, " +
+                    Ratio(contest.rematch[index - 1], contest.rematch[index]) + " times.");
             }
         }
     }

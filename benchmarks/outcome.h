@@ -33,9 +33,13 @@ struct Entrant {
 /// All entrants of a job on one kind of picture.
 struct Contest {
     PictureKind kind = PictureKind::Noise;
-    std::vector<Entrant> entrants;
+    std::vector<Entrant> entrants;  // our levels first, the lowest before all others
+    std::vector<Entrant> rematch;   // our levels by themselves, where one had seemed too slow
 
     const Entrant* Find(const std::string& name) const;
+
+    /// Whether one of our levels is slower than the one below it.
+    bool HasSlowerLevel() const;
 
     /// The fastest of those that count for a level: without AVX-512 for levels below it.
     const Entrant* FastestPeer(Level level) const;
@@ -67,8 +71,8 @@ double Allowance(double seconds);
 /// stands in for it.
 bool Reaches(const Standing& standing, double ratio, double fastestKnown);
 
-/// A sentence per job in which one of the levels, lowest first, is slower than the one before it.
-std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcomes,
-                                              const std::vector<std::string>& levels);
+/// A sentence for each of our levels that was slower than the one below it, with what the rematch
+/// says of it.
+std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcomes);
 
 }  // namespace bench
