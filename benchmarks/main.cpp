@@ -101,7 +101,7 @@ Outcome RunJob(ResultPictures& results, const Job& job, const Plugins& plugins, 
         if (quick && kind != PictureKind::Noise) continue;
         const Scene scene(results, job, kind);
         Contest contest{kind, Measure(scene, offers, quick ? quickEffort : fullEffort), {}};
-        if (contest.HasSlowerLevel())
+        if (!quick && contest.HasSlowerLevel())
             contest.rematch = Measure(scene, OursAmong(offers), rematchEffort);
         outcome.contests.push_back(std::move(contest));
     }

@@ -22,6 +22,23 @@ std::string Ratio(const Entrant& below, const Entrant& above) {
     return workbench::Fixed(above.times.Median() / below.times.Median(), 2);
 }
 
+const Entrant* FindIn(const std::vector<Entrant>& entrants, const std::string& name) {
+    const auto found =
+        std::find_if(entrants.begin(), entrants.end(),
+                     [&name](const Entrant& entrant) { return entrant.name == name; });
+    return found == entrants.end() ? nullptr : &*found;
+}
+
+// What a rematch says of two builds, if there was one.
+std::string Again(const std::vector<Entrant>& rematch, const std::string& below,
+                  const std::string& above) {
+    const Entrant* const belowAgain = FindIn(rematch, below);
+    const Entrant* const aboveAgain = FindIn(rematch, above);
+    if (belowAgain == nullptr || aboveAgain == nullptr) return "";
+    return "; timed once more, the levels by themselves, " + Ratio(*belowAgain, *aboveAgain) +
+           " times (the table has what came first)";
+}
+
 }  // namespace
 
 double Times::Quantile(double part) const {
@@ -30,10 +47,7 @@ double Times::Quantile(double part) const {
 }
 
 const Entrant* Contest::Find(const std::string& name) const {
-    const auto found =
-        std::find_if(entrants.begin(), entrants.end(),
-                     [&name](const Entrant& entrant) { return entrant.name == name; });
-    return found == entrants.end() ? nullptr : &*found;
+    return FindIn(entrants, name);
 }
 
 bool Contest::HasSlowerLevel() const {
@@ -96,11 +110,10 @@ std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcom
                 const Entrant& below = contest.entrants[index - 1];
                 const Entrant& above = contest.entrants[index];
                 if (!IsSlowerLevel(below, above)) continue;
-                sentences.push_back(
-                    NameOf(outcome.job) + ", " + NameOf(contest.kind) + ": " + above.name +
-                    " took " + Ratio(below, above) + " times as long as " + below.name +
-                    "; timed once more, the levels by themselves, " +
-                    Ratio(contest.rematch[index - 1], contest.rematch[index]) + " times.");
+                sentences.push_back(NameOf(outcome.job) + ", " + NameOf(contest.kind) + ": " +
+                                    above.name + " took " + Ratio(below, above) +
+                                    " times as long as " + below.name +
+                                    Again(contest.rematch, below.name, above.name) + ".");
             }
         }
     }

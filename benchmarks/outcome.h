@@ -33,12 +33,12 @@ struct Entrant {
 /// All entrants of a job on one kind of picture.
 struct Contest {
     PictureKind kind = PictureKind::Noise;
-    std::vector<Entrant> entrants;  // our levels first, the lowest before all others
-    std::vector<Entrant> rematch;   // our levels by themselves, where one had seemed too slow
+    std::vector<Entrant> entrants;  // our builds one behind the other, the lowest level first
+    std::vector<Entrant> rematch;   // our builds by themselves, if it took one
 
     const Entrant* Find(const std::string& name) const;
 
-    /// Whether one of our levels is slower than the one below it.
+    /// Whether one of our builds is slower than the one before it.
     bool HasSlowerLevel() const;
 
     /// The fastest of those that count for a level: without AVX-512 for levels below it.
@@ -71,7 +71,7 @@ double Allowance(double seconds);
 /// stands in for it.
 bool Reaches(const Standing& standing, double ratio, double fastestKnown);
 
-/// A sentence for each of our levels that was slower than the one below it, with what the rematch
+/// A sentence for each of our builds that was slower than the one before it, with what the rematch
 /// says of it.
 std::vector<std::string> SlowerThanLevelBelow(const std::vector<Outcome>& outcomes);
 

@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "kernels/colour_readers.h"
 #include "kernels/column_vectors.h"
+#include "kernels/eighteenth_blending_body.h"
 #include "kernels/repetition.h"
 #include "kernels/simd_sse2.h"
 #include "kernels/whole_blending_body.h"
@@ -26,49 +28,6 @@ inline std::uint64_t ColourLanes(const ChannelOrder& order) {
     const std::uint64_t colours = 0xFU & ~(1U << order.alpha);
     return colours * 0x1111111111111111U;
 }
-
-// Takes the colours of a vector's pixels from rows of bytes.
-template <typename Simd>
-class ByteReader {
-  public:
-    explicit ByteReader(const ColumnBlending& job)
-        : rows_(job.rows), bytes_{job.rowOrder.red, job.rowOrder.green, job.rowOrder.blue} {}
-
-    const PixelRows& rows() const { return rows_; }
-
-    // Where pixels lie in a row that begin `offset` bytes behind its first.
-    static const std::uint8_t* PlaceIn(const std::uint8_t* row, std::int64_t offset) {
-        return row + offset;
-    }
-    // One colour of the pixels at a place.
-    typename Simd::Floats Load(const std::uint8_t* place, int colour) const {
-        return Simd::Channel(Simd::LoadAll(place), bytes_[colour]);
-    }
-
-  private:
-    const PixelRows& rows_;
-    int bytes_[colourCount];
-};
-
-// The same from rows of numbers, where the colours of each vector's pixels lie one behind the
-// other.
-template <typename Simd>
-class NumberReader {
-  public:
-    explicit NumberReader(const ColumnBlending& job) : rows_(job.numbers) {}
-
-    const NumberRows& rows() const { return rows_; }
-
-    static const float* PlaceIn(const float* row, std::int64_t offset) {
-        return row + offset / bytesPerPixelWord * colourCount;
-    }
-    static typename Simd::Floats Load(const float* place, int colour) {
-        return Simd::Load(place + colour * Simd::floatCount);
-    }
-
-  private:
-    const NumberRows& rows_;
-};
 
 template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
 class ColumnBlender {
@@ -89,16 +48,9 @@ class ColumnBlender {
           colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {}
 
     void Run() const {
-        const std::int64_t size = job_.width * bytesPerPixelWord;
-        std::int64_t offset = 0;
-        for (; offset + Simd::byteCount <= size; offset += Simd::byteCount) {
-            Blend(
-                offset, [&](int row, Bytes pixels) __attribute__((always_inline)) {
-                    StoreVector<Simd>(job_, row, offset, pixels);
-                });
-        }
-        if (offset < size) BlendRest(offset, static_cast<std::size_t>(size - offset));
-        if (job_.streams) EndStream();
+        ForEachPart<Simd>(
+            job_, [this](std::int64_t offset, auto store)
+                      __attribute__((always_inline)) { Blend(offset, store); });
     }
 
   private:
@@ -108,15 +60,6 @@ class ColumnBlender {
 
     // A number for each colour of a vector's pixels.
     using Sums = Floats[colourCount];
-
-    // Blends fewer bytes than a vector has.
-    void BlendRest(std::int64_t offset, std::size_t size) const {
-        Blend(offset, [&](int row, Bytes pixels) {
-            std::uint8_t bytes[Simd::byteCount];
-            Simd::StoreAll(bytes, pixels);
-            __builtin_memcpy(job_.destinations[row] + offset, bytes, size);
-        });
-    }
 
     // Calls `store` with a vector's bytes of each row from `offset` on.
     template <typename Store>
@@ -339,13 +282,19 @@ class ColumnBlender {
     Mask colourLanes_;
 };
 
+template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
+void BlendTogether(const ColumnBlending& job) {
+    if (AreInEighteenths<rowCount>(job)) {
+        EighteenthBlender<Simd, Reader, rowCount>(job).Run();
+    } else {
+        ColumnBlender<Simd, Narrow, FourDoubles, Reader, rowCount>(job).Run();
+    }
+}
+
 template <typename Simd, typename Narrow, typename FourDoubles, typename Reader>
 void BlendFrom(const ColumnBlending& job) {
-    if (job.listCount == 1) {
-        ColumnBlender<Simd, Narrow, FourDoubles, Reader, 1>(job).Run();
-    } else {
-        ColumnBlender<Simd, Narrow, FourDoubles, Reader, rowsBlended>(job).Run();
-    }
+    job.listCount == 1 ? BlendTogether<Simd, Narrow, FourDoubles, Reader, 1>(job)
+                       : BlendTogether<Simd, Narrow, FourDoubles, Reader, rowsBlended>(job);
 }
 
 template <typename Simd, typename Narrow, typename FourDoubles>

@@ -8,18 +8,6 @@
 namespace zvk::kernels {
 namespace {
 
-// Calls `blend` with the offset of every vector across the rows, which are as long as one at least.
-// The last vector goes back over bytes that have been written; they come out the same.
-template <typename Simd, typename Blend>
-void ForEachVector(const ColumnBlending& job, Blend blend) {
-    const std::int64_t size = job.width * bytesPerPixelWord;
-    const std::int64_t last = size > Simd::byteCount ? size - Simd::byteCount : 0;
-    for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
-        blend(offset);
-    blend(last);
-    if (job.streams) EndStream();
-}
-
 // Puts a vector into its place in a row of the result. A call of its own would take the vector's
 // upper half along, and leave it to slow down what comes after the kernel.
 template <typename Simd>
@@ -27,6 +15,29 @@ template <typename Simd>
                                                std::int64_t offset, typename Simd::Bytes pixels) {
     std::uint8_t* const place = job.destinations[row] + offset;
     job.streams ? Simd::Stream(place, pixels) : Simd::StoreAll(place, pixels);
+}
+
+// Calls `blend` with the offset of every vector across the rows, and with what stores a vector
+// there in a row of the result; of the last one only what the rows have room for.
+template <typename Simd, typename Blend>
+[[gnu::always_inline]] inline void ForEachPart(const ColumnBlending& job, Blend blend) {
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    std::int64_t offset = 0;
+    for (; offset + Simd::byteCount <= size; offset += Simd::byteCount) {
+        blend(
+            offset, [&](int row, typename Simd::Bytes pixels) __attribute__((always_inline)) {
+                StoreVector<Simd>(job, row, offset, pixels);
+            });
+    }
+    if (offset < size) {
+        blend(offset, [&](int row, typename Simd::Bytes pixels) {
+            std::uint8_t bytes[Simd::byteCount];
+            Simd::StoreAll(bytes, pixels);
+            __builtin_memcpy(job.destinations[row] + offset, bytes,
+                             static_cast<std::size_t>(size - offset));
+        });
+    }
+    if (job.streams) EndStream();
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ inline constexpr int rowsBlended = 2;
 // least that long.
 struct ColumnBlending {
     PixelRows rows;
-    // The colours of the same rows as numbers, or no places at all.
+    // The colours of the same rows as numbers, or no places at all. They mean nothing where lists
+    // are in whole numbers.
     NumberRows numbers;
     ChannelOrder rowOrder;
     const BoundedList* lists;

@@ -86,13 +86,26 @@ struct Avx2 {
         return _mm256_shuffle_epi8(bytes, byPixel);
     }
 
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
+    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
+    // clamped.
+    static Bytes ToNumbers(Floats values) { return _mm256_cvttps_epi32(values); }
+    static Bytes AddNumbers(Bytes left, Bytes right) { return _mm256_add_epi32(left, right); }
+    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm256_sub_epi32(left, right); }
+    template <int count>
+    static Bytes ShiftNumbers(Bytes numbers) {
+        return _mm256_srli_epi32(numbers, count);
+    }
+    static Bytes WhereEqual(Bytes left, Bytes right) { return _mm256_cmpeq_epi32(left, right); }
+    static Bytes PackNumbers(const Bytes (&numbers)[4]) {
+        return _mm256_packus_epi16(_mm256_packs_epi32(numbers[0], numbers[1]),
+                                   _mm256_packs_epi32(numbers[2], numbers[3]));
+    }
+
     // In groups of four bytes, one of each vector's lower half and then one of each upper half.
     static Bytes ToBytes(const Floats (&values)[4]) {
-        const __m256i low =
-            _mm256_packs_epi32(_mm256_cvttps_epi32(values[0]), _mm256_cvttps_epi32(values[1]));
-        const __m256i high =
-            _mm256_packs_epi32(_mm256_cvttps_epi32(values[2]), _mm256_cvttps_epi32(values[3]));
-        return _mm256_packus_epi16(low, high);
+        return PackNumbers({ToNumbers(values[0]), ToNumbers(values[1]), ToNumbers(values[2]),
+                            ToNumbers(values[3])});
     }
     static Bytes InOrder(Bytes bytes) {
         return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));

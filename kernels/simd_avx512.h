@@ -82,13 +82,28 @@ struct Avx512 {
         return _mm512_shuffle_epi8(bytes, byPixel);
     }
 
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
+    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
+    // clamped.
+    static Bytes ToNumbers(Floats values) { return _mm512_cvttps_epi32(values); }
+    static Bytes AddNumbers(Bytes left, Bytes right) { return _mm512_add_epi32(left, right); }
+    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm512_sub_epi32(left, right); }
+    template <int count>
+    static Bytes ShiftNumbers(Bytes numbers) {
+        return _mm512_srli_epi32(numbers, count);
+    }
+    static Bytes WhereEqual(Bytes left, Bytes right) {
+        return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(left, right));
+    }
+    static Bytes PackNumbers(const Bytes (&numbers)[4]) {
+        return _mm512_packus_epi16(_mm512_packs_epi32(numbers[0], numbers[1]),
+                                   _mm512_packs_epi32(numbers[2], numbers[3]));
+    }
+
     // In groups of four bytes, the first quarters of the vectors, then the second and so on.
     static Bytes ToBytes(const Floats (&values)[4]) {
-        const __m512i low =
-            _mm512_packs_epi32(_mm512_cvttps_epi32(values[0]), _mm512_cvttps_epi32(values[1]));
-        const __m512i high =
-            _mm512_packs_epi32(_mm512_cvttps_epi32(values[2]), _mm512_cvttps_epi32(values[3]));
-        return _mm512_packus_epi16(low, high);
+        return PackNumbers({ToNumbers(values[0]), ToNumbers(values[1]), ToNumbers(values[2]),
+                            ToNumbers(values[3])});
     }
 
     struct WholeSums {

@@ -69,13 +69,26 @@ struct Sse2 {
         return _mm_cvtepi32_ps(_mm_and_si128(values, _mm_set1_epi32(255)));
     }
 
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
+    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
+    // clamped.
+    static Bytes ToNumbers(Floats values) { return _mm_cvttps_epi32(values); }
+    static Bytes AddNumbers(Bytes left, Bytes right) { return _mm_add_epi32(left, right); }
+    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm_sub_epi32(left, right); }
+    template <int count>
+    static Bytes ShiftNumbers(Bytes numbers) {
+        return _mm_srli_epi32(numbers, count);
+    }
+    static Bytes WhereEqual(Bytes left, Bytes right) { return _mm_cmpeq_epi32(left, right); }
+    static Bytes PackNumbers(const Bytes (&numbers)[4]) {
+        return _mm_packus_epi16(_mm_packs_epi32(numbers[0], numbers[1]),
+                                _mm_packs_epi32(numbers[2], numbers[3]));
+    }
+
     // Truncates and clamps four vectors to bytes, in order.
     static Bytes ToBytes(const Floats (&values)[4]) {
-        const __m128i low =
-            _mm_packs_epi32(_mm_cvttps_epi32(values[0]), _mm_cvttps_epi32(values[1]));
-        const __m128i high =
-            _mm_packs_epi32(_mm_cvttps_epi32(values[2]), _mm_cvttps_epi32(values[3]));
-        return _mm_packus_epi16(low, high);
+        return PackNumbers({ToNumbers(values[0]), ToNumbers(values[1]), ToNumbers(values[2]),
+                            ToNumbers(values[3])});
     }
 
     // Stores past the caches where the place allows it.

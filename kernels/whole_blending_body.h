@@ -19,6 +19,18 @@ inline bool AreInWholes(const ColumnBlending& job) {
                        [](const BoundedList& list) { return list.decision == Decision::InWholes; });
 }
 
+// Calls `blend` with the offset of every vector across the rows, which have room for one at least.
+// The last vector goes back over bytes that have been written; they come out the same.
+template <typename Simd, typename Blend>
+void ForEachVector(const ColumnBlending& job, Blend blend) {
+    const std::int64_t size = job.width * bytesPerPixelWord;
+    const std::int64_t last = size > Simd::byteCount ? size - Simd::byteCount : 0;
+    for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
+        blend(offset);
+    blend(last);
+    if (job.streams) EndStream();
+}
+
 template <typename Simd>
 class WholeBlender {
   public:

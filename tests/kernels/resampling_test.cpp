@@ -332,6 +332,75 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
     }
 }
 
+// The filter of mode 5 where a picture keeps its height: one in eighteen sums is an exact half,
+// which only the roundings of the products decide. All values that three rows may have.
+TEST_P(ResamplingKernels, DecideAllHalvesOfMitchellAtItsOwnSizeAsTheDefinitionDoes) {
+    constexpr std::int64_t valueCount = 256;
+    constexpr std::int64_t width = (valueCount * valueCount + 2) / 3;
+    constexpr std::int64_t size = 4 * width;
+    ContributionTable table;
+    ASSERT_TRUE(table.Allocate(8));
+    const auto lists = ComputeContributions<MitchellFilter, Axis::Vertical>(8, table, 8);
+    BoundedTable bounded;
+    ASSERT_TRUE(bounded.Build(lists));
+    std::int64_t y = 1;
+    while (!bounded.SharesRows(y))
+        ++y;
+    const std::int64_t first = bounded.lists()[y].first;
+    const ContributionList& exact = *bounded.lists()[y].exact;
+    ASSERT_EQ(exact.count, 3);
+    ASSERT_EQ(exact.entries[0].pixel, first);
+
+    GuardedBytes rows(size * 8 + rowPadding);
+    const PixelRows places{.places = rows.data(), .stride = size, .capacity = 8};
+    GuardedBytes widened(static_cast<std::int64_t>(sizeof(float)) * NumberCountOf(width) * 8);
+    const NumberRows numbers{.places = reinterpret_cast<float*>(widened.data()),
+                             .stride = NumberCountOf(width),
+                             .capacity = 8};
+    rows.FillRandomly(random);
+    for (std::int64_t pixel = 0; pixel < width; ++pixel) {
+        for (std::int64_t colour = 0; colour < colourCount; ++colour) {
+            const std::int64_t pair = 3 * pixel + colour;
+            places.Row(first)[4 * pixel + colour] = static_cast<std::uint8_t>(pair % valueCount);
+            places.Row(first + 2)[4 * pixel + colour] =
+                static_cast<std::uint8_t>(pair / valueCount);
+        }
+    }
+    const ChannelOrder order{.red = 0, .green = 1, .blue = 2, .alpha = 3, .opaque = 255};
+    std::vector<std::uint8_t> found(static_cast<std::size_t>(size));
+    std::vector<std::uint8_t> next(static_cast<std::size_t>(size));
+    std::vector<std::uint8_t> expectedNext(static_cast<std::size_t>(size));
+    for (int middle = 0; middle < valueCount; ++middle) {
+        std::fill_n(places.Row(first + 1), size, static_cast<std::uint8_t>(middle));
+        for (std::int64_t row = first; row < first + 4; ++row)
+            kernels().widenRow({places.Row(row), order, width, numbers.Row(row)});
+        kernels().blendRows({.rows = places,
+                             .numbers = middle % 2 == 0 ? numbers : NumberRows{},
+                             .rowOrder = order,
+                             .lists = bounded.lists() + y,
+                             .listCount = 2,
+                             .order = order,
+                             .width = width,
+                             .destinations = {found.data(), next.data()},
+                             .streams = false});
+        const auto productOf = [&](std::int64_t value, int entry) {
+            return double{static_cast<float>(value) * exact.entries[entry].weight};
+        };
+        const double own = productOf(middle, 1);
+        for (std::int64_t pair = 0; pair < valueCount * valueCount; ++pair) {
+            const double sum =
+                productOf(pair % valueCount, 0) + own + productOf(pair / valueCount, 2);
+            const auto byte = static_cast<std::size_t>(4 * (pair / 3) + pair % 3);
+            ASSERT_EQ(found[byte], MeanOf(sum, exact.weightSum))
+                << pair % valueCount << ", " << middle << ", " << pair / valueCount;
+        }
+        if (middle % 16 != 1) continue;
+        ResampleColumns(places, order, lists[static_cast<std::size_t>(y + 1)], order, width,
+                        expectedNext.data());
+        ASSERT_EQ(next, expectedNext) << middle;
+    }
+}
+
 // One list that is decided in two sums, and one that would come out otherwise that way: its weights
 // are tenths, which give exact halves but are rounded when they are normalised, the greater down.
 TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
