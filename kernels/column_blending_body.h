@@ -50,7 +50,7 @@ class ColumnBlender {
     void Run() const {
         ForEachPart<Simd>(
             job_, [this](std::int64_t offset, auto store)
-                      __attribute__((always_inline)) { Blend(offset, store); });
+                      __attribute__((always_inline)) { this->Blend(offset, store); });
     }
 
   private:

@@ -75,7 +75,7 @@ class EighteenthBlender {
     void Run() const {
         ForEachPart<Simd>(
             job_, [this](std::int64_t offset, auto store)
-                      __attribute__((always_inline)) { Blend(offset, store); });
+                      __attribute__((always_inline)) { this->Blend(offset, store); });
     }
 
   private:
