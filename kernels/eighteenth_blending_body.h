@@ -12,6 +12,8 @@
 // than one above the sum of their whole parts, or that of twice the product of 1, these will do.
 #pragma once
 
+#include <utility>
+
 #include "kernels/column_vectors.h"
 #include "kernels/repetition.h"
 
