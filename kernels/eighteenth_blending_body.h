@@ -7,9 +7,10 @@
 // is odd in units of 2^-28; with 16/18, the same number times sixteen, they are sixteen times as
 // much.
 //
-// Let b be the middle one as with 1/18, and a and c the others. Three bits below what decides,
-// floor((16 b + a + c) / 8) = 2 b + floor((a + c) / 8), since 2 b is whole; and as a + c is less
-// than one above the sum of their whole parts, or that of twice the product of 1, these will do.
+// Let b be the middle one as with 1/18, and a and c the others. The three lowest bits of their sum
+// are below any half and may go: floor((16 b + a + c) / 8) = 2 b + floor((a + c) / 8), since 2 b is
+// whole. Of a and c the whole parts will do: fractions are halves, and two of them only come with
+// two products of 1.
 #pragma once
 
 #include <utility>
@@ -22,6 +23,9 @@ namespace {
 
 inline constexpr float eighteenth = 1.0F / 18.0F;
 inline constexpr float eighteenthInUnits = eighteenth * 0x1p27F;
+
+// A half in the sums, which are in units of 2^-24.
+inline constexpr std::int32_t halfInSums = 1 << 23;
 
 // The product of a byte and 1/18, rounded as the definition rounds it, in units of 2^-27.
 constexpr double EighteenthOf(int byte) {
@@ -40,11 +44,10 @@ consteval bool EighteenthsAddUp() {
         if (surplus != (byte == 1 ? 0.5 : 0.0)) return false;
         if (byte != 1 && WholeEighteenthOf(byte) == WholeEighteenthOf(1)) return false;
     }
-    const std::int64_t half = std::int64_t{1} << 23;
     const std::int64_t greatest = WholeEighteenthOf(255);
     const std::int64_t twoOnes = WholeEighteenthOf(1) + WholeEighteenthOf(1);
     return greatest < std::int64_t{1} << 31 && (twoOnes + 1) / 8 == twoOnes / 8 &&
-           2 * greatest + (greatest + greatest) / 8 + half < std::int64_t{1} << 32;
+           2 * greatest + (greatest + greatest) / 8 + halfInSums < std::int64_t{1} << 32;
 }
 static_assert(EighteenthsAddUp());
 
@@ -108,7 +111,7 @@ class EighteenthBlender {
     // The rounded mean of three rows, of which the whole parts of products with 1/18 are given.
     static Bytes Mean(Bytes above, Bytes own, Bytes below) {
         const Bytes one = Simd::Repeat32(static_cast<std::int32_t>(WholeEighteenthOf(1)));
-        const Bytes half = Simd::Repeat32(1 << 23);
+        const Bytes half = Simd::Repeat32(halfInSums);
         const Bytes outer = Simd::template ShiftNumbers<3>(Simd::AddNumbers(above, below));
         // Twice the product of 1 is one more than twice its whole part.
         const Bytes twice =
