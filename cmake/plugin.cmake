@@ -48,7 +48,7 @@ set_source_files_properties(kernels/level_baseline.cpp PROPERTIES COMPILE_OPTION
 set_source_files_properties(kernels/level_sse41.cpp PROPERTIES COMPILE_OPTIONS "-O3;-msse4.1")
 set_source_files_properties(kernels/level_avx2.cpp PROPERTIES COMPILE_OPTIONS "-O3;-mavx2;-mfma")
 set_source_files_properties(kernels/level_avx512.cpp PROPERTIES COMPILE_OPTIONS
-    "-O3;-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl;-mfma;-Wno-uninitialized;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
+    "-O3;-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl;-mavx512vnni;-mfma;-Wno-uninitialized;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
 
 if(APPLE)
     include(cmake/macos/linking.cmake)

@@ -11,10 +11,21 @@ namespace zvk::kernels {
 inline constexpr std::int32_t highDigitShift = 16;
 inline constexpr std::int32_t notMirrored = -1;
 
-// The weights of one destination coordinate, one per source coordinate from `first` on.
+// Four weights as bytes, all of them signed: coarse digits are low + 2^8 middle + 2^16 high.
+struct WeightBytes {
+    std::int8_t low[4];
+    std::int8_t middle[4];
+    std::int8_t high[4];
+    std::int8_t fine[4];
+};
+static_assert(sizeof(WeightBytes) == 16);
+
+// The weights of one destination coordinate, one per place from `first` on. Places count source
+// coordinates, and may have a few that are none before the first.
 //
-// A weight's coarse digit may have more than 16 bits: `high` holds what is above `low`, in units
-// of 2^16, of those weights that need it and of those between them.
+// Kernels that multiply words read `low`, `fine` and `high`. A weight's coarse digit may have more
+// than 16 bits: `high` holds what is above `low`, in units of 2^16, of those weights that need it
+// and of those between them. Kernels that multiply bytes read `bytes`.
 //
 // Let v be the value that the definition truncates to a byte, C the sum of channel * coarse digit
 // and F that of channel * fine. In units of 2^-shift v lies in [C + bias, C + bias + slack]; in
@@ -26,19 +37,22 @@ struct FixedList {
     const std::int16_t* low;   // `count` of them
     const std::int16_t* fine;  // and of these
     const std::int16_t* high;  // `highCount` of them
+    const WeightBytes* bytes;  // a quarter of `count`
     const ContributionList* exact;
-    std::int32_t first;  // even
-    std::int32_t count;  // even
-    std::int32_t end;  // behind the last pixel that the list names, also if it has no weights here
-    std::int32_t highFirst;  // the place of the first weight with a high part, even
-    std::int32_t highCount;  // even
+    // These are whole groups of the layout that the list is for.
+    std::int32_t first;
+    std::int32_t count;
+    std::int32_t highFirst;  // of the first weight with a high part, counted from `first`
+    std::int32_t highCount;
+    std::int32_t end;  // behind the last place that the list names, also if it has no weights here
+    bool hasLowBytes;  // whether coarse digits are low bytes alone
+    bool addsExactly;  // whether the definition's products add up to the same sum in any order
     std::int32_t shift;
     std::int32_t bias;
     std::int32_t slack;
     std::int32_t fineShift;
     std::int32_t fineBias;
     std::int32_t fineSlack;
-    bool addsExactly;  // whether the definition's products add up to the same sum in any order
     // 0 or 1 if one half of the weights mirrors the other: where all pixels and their mirror images
     // add up to s, the byte is (s + mirrored) / 2, rounded down. Else `notMirrored`.
     std::int32_t mirrored;

@@ -15,22 +15,24 @@
 #include "kernels/interpolation.h"
 #include "kernels/long_blur.h"
 #include "kernels/pixel_rows.h"
-#include "kernels/row_words.h"
+#include "kernels/row_layout.h"
 
 namespace zvk::kernels {
 
-// A job of resampling `rowsAtOnce` rows side by side; rows may be named more than once.
+// A job of resampling as many rows side by side as the kernel's layout takes at once; rows may be
+// named more than once.
 struct RowResampling {
-    const std::uint8_t* sources[rowsAtOnce];
+    const std::uint8_t* sources[mostRowsAtOnce];
     // Rows as wide that are read next, if there are any: they are requested and not read.
-    const std::uint8_t* ahead[rowsAtOnce];
+    const std::uint8_t* ahead[mostRowsAtOnce];
     std::int64_t sourceWidth;  // in pixels
     ChannelOrder order;        // whose fourth byte is the first or the last of a pixel
-    const FixedList* lists;    // which name pixels of the sources only
+    const FixedList* lists;    // made for the layout; they name pixels of the sources only
     std::int64_t listCount;
-    // As many as `WordCountOf` the pixels up to the last that a list names, aligned for vectors.
-    std::uint16_t* words;
-    std::uint8_t* destinations[rowsAtOnce];
+    std::int32_t lead;  // how many places the lists count before the first pixel
+    // Room for the layout of the pixels up to the last that a list names, aligned for vectors.
+    std::uint8_t* layout;
+    std::uint8_t* destinations[mostRowsAtOnce];
 };
 
 // At most this many rows of the result are blended at once.
@@ -78,6 +80,7 @@ inline constexpr std::int64_t rowPadding = 64;
 
 struct KernelTable {
     InstructionSet instructionSet;
+    RowLayout rowLayout;
     // Resamples rows along their length. Reads nothing outside the sources' rows and writes
     // exactly `listCount` pixels to each destination.
     void (*resampleRows)(const RowResampling& job);

@@ -17,9 +17,9 @@
 namespace zvk::kernels {
 namespace {
 
-// What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Lanes`
-// numbers of eight rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of
-// 16 bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four.
+// What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Rows`
+// lays out rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of 16
+// bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four.
 template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
     using Simd = typename Level::Simd;
@@ -39,7 +39,8 @@ consteval KernelTable TableOf(InstructionSet level) {
             return InterpolateColumnsInVectors<Simd>;
     }();
     return {.instructionSet = level,
-            .resampleRows = ResampleRows<typename Level::Lanes, FourDoubles>,
+            .rowLayout = Level::Rows::layout,
+            .resampleRows = ResampleRows<typename Level::Rows, FourDoubles>,
             .blendRows = BlendRows<Simd, Narrow, FourDoubles>,
             .widenRow = WidenRow<Simd>,
             .averageRows =

@@ -5,6 +5,7 @@
 #include "kernels/compositing_body.h"
 #include "kernels/four_doubles_sse2.h"
 #include "kernels/row_lanes_sse.h"
+#include "kernels/row_words_body.h"
 #include "kernels/words_sse.h"
 
 namespace zvk::kernels {
@@ -14,7 +15,7 @@ template <typename Vectors>
 struct NarrowLevel {
     using Simd = Vectors;
     using Narrow = Vectors;
-    using Lanes = RowLanePair<Vectors>;
+    using Rows = RowWords<RowLanePair<Vectors>>;
     using FourDoubles = FourDoublesSse2;
     using Words = WordPair<Vectors>;
     using Pixels = PixelPicker<Vectors>;

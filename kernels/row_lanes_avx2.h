@@ -35,15 +35,14 @@ struct WideRowLanes {
         };
         return {_mm256_set_m128i(load(upper), load(lower))};
     }
-    static WideRowLanes FromHalves(__m128i lower, __m128i upper) {
-        return {_mm256_set_m128i(upper, lower)};
+    // Both halves, and one of them.
+    static WideRowLanes FromParts(const __m128i (&parts)[2]) {
+        return {_mm256_set_m128i(parts[1], parts[0])};
     }
-    void StoreHalves(std::uint8_t* lower, std::uint8_t* upper) const {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(lower), Lower());
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(upper), Upper());
+    template <int part>
+    __m128i Part() const {
+        return _mm256_extracti128_si256(bits, part);
     }
-    __m128i Lower() const { return _mm256_castsi256_si128(bits); }
-    __m128i Upper() const { return _mm256_extracti128_si256(bits, 1); }
 
     WideRowLanes operator+(WideRowLanes other) const { return With<_mm256_add_epi32>(other); }
     WideRowLanes operator^(WideRowLanes other) const { return With<_mm256_xor_si256>(other); }
@@ -70,8 +69,7 @@ struct WideRowLanes {
     // Whether any number has any of these bits.
     bool HasAny(WideRowLanes these) const { return _mm256_testz_si256(bits, these.bits) == 0; }
 
-    // Plus the products of two words each. VNNI would do this in one step, but lists would wait for
-    // its longer latency.
+    // Plus the products of two words each.
     WideRowLanes PlusProducts(WideRowLanes words, WideRowLanes weights) const {
         return *this + words.With<_mm256_madd_epi16>(weights);
     }

@@ -38,13 +38,12 @@ struct RowLanePair {
     static RowLanePair FromHalves(const std::uint8_t* lower, const std::uint8_t* upper) {
         return {Simd::LoadAll(lower), Simd::LoadAll(upper)};
     }
-    static RowLanePair FromHalves(__m128i lower, __m128i upper) { return {lower, upper}; }
-    void StoreHalves(std::uint8_t* lowerPlace, std::uint8_t* upperPlace) const {
-        Simd::StoreAll(lowerPlace, lower);
-        Simd::StoreAll(upperPlace, upper);
+    // Both halves, and one of them.
+    static RowLanePair FromParts(const __m128i (&parts)[2]) { return {parts[0], parts[1]}; }
+    template <int part>
+    __m128i Part() const {
+        return part == 0 ? lower : upper;
     }
-    __m128i Lower() const { return lower; }
-    __m128i Upper() const { return upper; }
 
     RowLanePair operator+(RowLanePair other) const { return With<_mm_add_epi32>(other); }
     RowLanePair operator^(RowLanePair other) const { return With<_mm_xor_si128>(other); }

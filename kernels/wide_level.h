@@ -1,19 +1,19 @@
-// What the levels with AVX2 and more are made of; `Vectors` are their widest.
+// What the levels with AVX2 and more are made of; `Vectors` are their widest, and how they lay out
+// rows, `Layout`.
 #pragma once
 
 #include "kernels/four_doubles_avx2.h"
-#include "kernels/row_lanes_avx2.h"
 #include "kernels/wide_boxes_avx2.h"
 #include "kernels/words_avx2.h"
 
 namespace zvk::kernels {
 namespace {
 
-template <typename Vectors>
+template <typename Vectors, typename Layout>
 struct WideLevel {
     using Simd = Vectors;
     using Narrow = Sse41;
-    using Lanes = WideRowLanes;
+    using Rows = Layout;
     using FourDoubles = FourDoublesAvx2;
     using Words = WideWords;
     using Pixels = WidePixelPicker;

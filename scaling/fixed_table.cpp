@@ -9,13 +9,18 @@
 // e. The fine digit is the nearest multiple of 2^-(shift + fineShift) to r, and what it leaves
 // bounds v in the same way. Digits are chosen so short that no sum of products reaches 2^31.
 //
-// A coarse digit of more than 16 bits is low + 2^16 high with a signed low part. No low part is
-// greater than its digit, and so no 2^16 high greater than twice that: sums of either stay below
-// 2^31 where those of the digits stay below 2^30, and the bounds look at the whole digit alone.
+// As words, a coarse digit of more than 16 bits is low + 2^16 high with a signed low part. No low
+// part is greater than its digit, and so no 2^16 high greater than twice that: sums of either stay
+// below 2^31 where those of the digits stay below 2^30, and the bounds look at the whole digit
+// alone. As bytes, a coarse digit is low + 2^8 middle + 2^16 high with signed bytes; their sums are
+// put together modulo 2^32, so that it is enough if those of whole digits stay below 2^31.
 #include "scaling/fixed_table.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <iterator>
+#include <numeric>
 
 #include "kernels/resampling.h"
 #include "scaling/contributions.h"
@@ -26,21 +31,13 @@ namespace {
 
 using kernels::FixedList;
 
-constexpr double greatestDigit = 32767.0;
 constexpr double greatestChannel = 255.0;
-
-// With these, sums of channels times coarse digits stay below 2^30.
-constexpr int longestShift = 21;
 constexpr double greatestMagnitude = 64.0;
 constexpr std::int64_t longestFixed = 8192;
 
-// With these, sums of channels times fine digits, at most half of 2^fineShift, stay below 2^31.
-constexpr std::int64_t longestWithFullDigit = 512;
-constexpr std::int32_t fullFineShift = 15;
-constexpr std::int32_t shortFineShift = 11;
-
-double RoundToNearest(double value) {
-    return std::floor(value + 0.5);
+// The nearest whole number, within 32 bits.
+std::int32_t RoundToNearest(double value) {
+    return static_cast<std::int32_t>(value + std::copysign(0.5, value));
 }
 
 // The sum of the magnitudes of normalised weights, and the greatest of them.
@@ -57,27 +54,18 @@ struct Magnitudes {
     }
 };
 
-// The shortest shift with which a list is seldom open: for a third of the pixels, of eight rows of
-// noise each. Remainders are a quarter on average, channels at most 255, and there are 24 colours.
-int SeldomOpenShift(std::int32_t count) {
-    constexpr double colours = 24.0;
-    constexpr double seldom = 0.35;
-    const double slack = 0.25 * greatestChannel * count;
-    int exponent = 0;
-    std::frexp(slack * colours / seldom, &exponent);
-    return exponent;
-}
-
-// The longest shift for which coarse digits have 16 bits, or the shortest with which a list is
-// seldom open where that is longer, as far as sums allow.
-int ShiftFor(const Magnitudes& magnitudes, std::int32_t count) {
+// What a shift must be reduced by for sums of magnitudes of 1 and more.
+int ExponentOf(const Magnitudes& magnitudes) {
     int exponent = 0;
     std::frexp(magnitudes.sum, &exponent);
-    const int longest = longestShift - std::max(exponent, 0);
-    int shift = longest;
+    return std::max(exponent, 0);
+}
+
+// The longest shift up to this one with which no digit is greater than that.
+int ReduceShift(int shift, const Magnitudes& magnitudes, double greatestDigit) {
     while (std::ldexp(magnitudes.greatest, shift) > greatestDigit)
         --shift;
-    return std::max(shift, std::min(longest, SeldomOpenShift(count)));
+    return shift;
 }
 
 // What all remainders of one sign can add up to.
@@ -144,31 +132,154 @@ void LeaveOpen(FixedList& fixed) {
     fixed.fineSlack = 1 << 16;
 }
 
-// Where the digits of a list's weights lie, all zeros so far.
-struct Digits {
-    std::int16_t* low;
-    std::int16_t* fine;
-    std::int16_t* high;
+// Where the digits of a list lie and how they are chosen for kernels that multiply words.
+class WordDigits {
+  public:
+    static constexpr kernels::RowLayout layout = kernels::RowLayout::Words;
+    static constexpr std::int64_t bytesPerWeight = 3 * sizeof(std::int16_t);
+
+    // For `count` weights, all zeros so far.
+    WordDigits(std::uint8_t* memory, std::int32_t count)
+        : low_(reinterpret_cast<std::int16_t*>(memory)),
+          fine_(low_ + count),
+          high_(fine_ + count) {}
+
+    // The longest shift for which coarse digits have 16 bits, or the shortest with which a list is
+    // seldom open where that is longer, as far as sums of channels times digits stay below 2^30.
+    static int ShiftFor(const ContributionList& list, const Magnitudes& magnitudes) {
+        constexpr int longestShift = 21;
+        constexpr double greatestDigit = 32767.0;
+        const int longest = longestShift - ExponentOf(magnitudes);
+        return std::max(ReduceShift(longest, magnitudes, greatestDigit),
+                        std::min(longest, SeldomOpenShift(list.count)));
+    }
+
+    // With it, sums of channels times fine digits, at most half of 2^fineShift, stay below 2^31.
+    static int FineShiftFor(std::int32_t count) {
+        constexpr std::int32_t longestWithFullDigit = 512;
+        constexpr int fullFineShift = 15;
+        constexpr int shortFineShift = 11;
+        return count <= longestWithFullDigit ? fullFineShift : shortFineShift;
+    }
+
+    // Stores a weight's coarse digit in two parts, of which the low one is signed, and the fine.
+    void Store(std::int32_t place, std::int32_t coarse, std::int32_t fine) const {
+        constexpr std::int32_t unit = 1 << kernels::highDigitShift;
+        const std::int32_t high = (coarse + unit / 2) >> kernels::highDigitShift;
+        high_[place] = static_cast<std::int16_t>(high);
+        low_[place] = static_cast<std::int16_t>(coarse - high * unit);
+        fine_[place] = static_cast<std::int16_t>(fine);
+    }
+
+    // Has a list name its digits.
+    void NameIn(FixedList& fixed) const {
+        fixed.low = low_;
+        fixed.fine = fine_;
+        fixed.high = high_ + fixed.highFirst;
+    }
+
+    bool HasHigh(std::int32_t place) const { return high_[place] != 0; }
+
+  private:
+    // The shortest shift with which a list is seldom open: for a third of the pixels, of eight rows
+    // of noise each. Remainders are a quarter on average, channels at most 255, and there are 24
+    // colours.
+    static int SeldomOpenShift(std::int32_t count) {
+        constexpr double colours = 24.0;
+        constexpr double seldom = 0.35;
+        const double slack = 0.25 * greatestChannel * count;
+        int exponent = 0;
+        std::frexp(slack * colours / seldom, &exponent);
+        return exponent;
+    }
+
+    std::int16_t* low_;
+    std::int16_t* fine_;
+    std::int16_t* high_;
 };
 
-// Stores a weight's coarse digit in two parts, of which the low one is signed.
-void StoreCoarseDigit(double digit, std::int32_t place, const Digits& digits) {
-    constexpr std::int32_t unit = 1 << kernels::highDigitShift;
-    const auto whole = static_cast<std::int32_t>(digit);
-    const std::int32_t high = (whole + unit / 2) >> kernels::highDigitShift;
-    digits.high[place] = static_cast<std::int16_t>(high);
-    digits.low[place] = static_cast<std::int16_t>(whole - high * unit);
-}
+// The same for kernels that multiply bytes.
+class ByteDigits {
+  public:
+    static constexpr kernels::RowLayout layout = kernels::RowLayout::Bytes;
+    static constexpr std::int64_t bytesPerWeight = sizeof(kernels::WeightBytes) / 4;
 
-// Has a list name the pairs of weights from the first to the last that has a high part.
-void SetHighDigits(FixedList& fixed, const std::int16_t* high) {
+    ByteDigits(std::uint8_t* memory, std::int32_t count)
+        : bytes_(reinterpret_cast<kernels::WeightBytes*>(memory)), count_(count) {}
+
+    // The longest shift for which coarse digits are three signed bytes and sums of channels times
+    // digits stay below 2^31, or the shortest with which all weights are whole.
+    static int ShiftFor(const ContributionList& list, const Magnitudes& magnitudes) {
+        constexpr int longestShift = 23;
+        constexpr double greatestDigit = 0x7F7F7F;
+        const int longest =
+            ReduceShift(longestShift - ExponentOf(magnitudes), magnitudes, greatestDigit);
+        return ShortestWholeShift(list, longest);
+    }
+
+    // A fine digit is a byte whatever its sign.
+    static int FineShiftFor(std::int32_t /*count*/) { return 7; }
+
+    void Store(std::int32_t place, std::int32_t coarse, std::int32_t fine) const {
+        constexpr std::int32_t unit = 1 << 8;
+        const std::int32_t upper = (coarse + unit / 2) >> 8;
+        const std::int32_t high = (upper + unit / 2) >> 8;
+        kernels::WeightBytes& bytes = bytes_[place / 4];
+        const std::int32_t index = place % 4;
+        bytes.low[index] = static_cast<std::int8_t>(coarse - upper * unit);
+        bytes.middle[index] = static_cast<std::int8_t>(upper - high * unit);
+        bytes.high[index] = static_cast<std::int8_t>(high);
+        bytes.fine[index] = static_cast<std::int8_t>(fine);
+    }
+
+    void NameIn(FixedList& fixed) const {
+        fixed.bytes = bytes_;
+        fixed.hasLowBytes =
+            std::all_of(bytes_, bytes_ + count_ / 4, [](const kernels::WeightBytes& four) {
+                return AreZero(four.middle) && AreZero(four.high);
+            });
+    }
+
+    bool HasHigh(std::int32_t place) const { return bytes_[place / 4].high[place % 4] != 0; }
+
+  private:
+    static bool AreZero(const std::int8_t (&bytes)[4]) {
+        return std::all_of(std::begin(bytes), std::end(bytes), [](auto byte) { return byte == 0; });
+    }
+
+    // The shortest shift with which all of a list's normalised weights are whole, or the longest.
+    static int ShortestWholeShift(const ContributionList& list, int longest) {
+        if (!IsPowerOfTwo(list.weightSum)) return longest;
+        std::uint32_t bits = std::uint32_t{1} << static_cast<std::uint32_t>(longest - 1);
+        for (const Contribution& entry : EntriesOf(list)) {
+            const double scaled = std::ldexp(double{entry.weight} / list.weightSum, longest);
+            const auto whole = static_cast<std::int32_t>(scaled);
+            if (whole != scaled) return longest;
+            bits |= static_cast<std::uint32_t>(whole);
+        }
+        return longest - std::countr_zero(bits);
+    }
+
+    kernels::WeightBytes* bytes_;
+    std::int32_t count_;
+};
+
+// Has a list name the groups of weights from the first to the last that has a high part.
+template <typename Digits>
+void SetHighDigits(FixedList& fixed, const Digits& digits) {
+    constexpr std::int32_t group = kernels::PixelsAtOnce(Digits::layout);
+    const auto hasHigh = [&](std::int32_t first) {
+        for (std::int32_t place = first; place < first + group; ++place) {
+            if (digits.HasHigh(place)) return true;
+        }
+        return false;
+    };
     std::int32_t first = 0;
     std::int32_t end = fixed.count;
-    while (first < end && high[first] == 0 && high[first + 1] == 0)
-        first += 2;
-    while (end > first && high[end - 1] == 0 && high[end - 2] == 0)
-        end -= 2;
-    fixed.high = high + first;
+    while (first < end && !hasHigh(first))
+        first += group;
+    while (end > first && !hasHigh(end - group))
+        end -= group;
     fixed.highFirst = first;
     fixed.highCount = end - first;
 }
@@ -207,10 +318,11 @@ std::int32_t MirroredOf(const ContributionList& list, std::int32_t first, std::i
     return kernels::notMirrored;
 }
 
-void FillDigits(FixedList& fixed, const Digits& digits) {
+// Chooses the digits and bounds of a list whose place is known.
+template <typename Digits>
+void FillDigits(FixedList& fixed, std::int32_t lead, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
-    fixed.low = digits.low;
-    fixed.fine = digits.fine;
+    digits.NameIn(fixed);
     fixed.shift = 1;
     fixed.addsExactly = AddsExactly(exact);
     fixed.mirrored = kernels::notMirrored;
@@ -220,25 +332,24 @@ void FillDigits(FixedList& fixed, const Digits& digits) {
         LeaveOpen(fixed);
         return;
     }
-    fixed.shift = ShiftFor(magnitudes, exact.count);
-    fixed.fineShift = fixed.count <= longestWithFullDigit ? fullFineShift : shortFineShift;
+    fixed.shift = Digits::ShiftFor(exact, magnitudes);
+    fixed.fineShift = Digits::FineShiftFor(fixed.count);
     Remainders belowCoarse;
     Remainders belowFine;
     const double coarseScale = std::ldexp(1.0, fixed.shift);
     const double fineScale = std::ldexp(1.0, fixed.fineShift);
     for (const Contribution& entry : EntriesOf(exact)) {
         const double scaled = double{entry.weight} / exact.weightSum * coarseScale;
-        const double digit = RoundToNearest(scaled);
-        belowCoarse.Add(scaled - digit);
-        const double scaledRest = (scaled - digit) * fineScale;
-        const double fineDigit = RoundToNearest(scaledRest);
-        belowFine.Add(scaledRest - fineDigit);
-        const std::int32_t place = entry.pixel - fixed.first;
-        StoreCoarseDigit(digit, place, digits);
-        digits.fine[place] = static_cast<std::int16_t>(fineDigit);
+        const std::int32_t coarse = RoundToNearest(scaled);
+        belowCoarse.Add(scaled - coarse);
+        const double scaledRest = (scaled - coarse) * fineScale;
+        const std::int32_t fine = RoundToNearest(scaledRest);
+        belowFine.Add(scaledRest - fine);
+        digits.Store(entry.pixel + lead - fixed.first, coarse, fine);
     }
-    SetHighDigits(fixed, digits.high);
-    fixed.mirrored = MirroredOf(exact, fixed.first, fixed.count);
+    SetHighDigits(fixed, digits);
+    digits.NameIn(fixed);
+    fixed.mirrored = MirroredOf(exact, fixed.first - lead, fixed.count);
     const double error = (exact.count + 8.0) * 0x1p-52 * (greatestChannel * magnitudes.sum + 1.0);
     SetCoarseBounds(fixed, belowCoarse, error * coarseScale);
     // As with one digit: the definition sums up multiples of one unit, less than 2^53 of them.
@@ -248,31 +359,34 @@ void FillDigits(FixedList& fixed, const Digits& digits) {
     fixed.fineSlack = interval.length;
 }
 
-// The pixels that a list's weights are for: whole pairs, and none for a list that is too long.
-struct PairSpan {
-    std::int32_t first = 0;
-    std::int32_t count = 0;
+// The places that a list's weights are for with so many before the first pixel: whole groups.
+struct GroupSpan {
+    std::int64_t first = 0;
+    std::int64_t count = 0;
 
-    explicit PairSpan(const ContributionList& list) {
+    GroupSpan(const ContributionList& list, std::int32_t lead, std::int32_t group) {
         if (list.count == 0) return;
-        const std::int32_t begin = list.entries[0].pixel / 2 * 2;
-        const std::int64_t end = std::int64_t{list.entries[list.count - 1].pixel} / 2 * 2 + 2;
-        if (end - begin > longestFixed) return;
-        first = begin;
-        count = static_cast<std::int32_t>(end - begin);
+        const std::int64_t last = std::int64_t{list.entries[list.count - 1].pixel} + lead;
+        first = (std::int64_t{list.entries[0].pixel} + lead) / group * group;
+        count = (last / group + 1) * group - first;
     }
 };
 
-// Makes the fixed-point list of a list, with digits from `digits` on; returns their end.
-std::int16_t* Fill(const ContributionList& list, std::int16_t* digits, FixedList& fixed) {
-    const PairSpan span(list);
-    const std::ptrdiff_t count = span.count;
-    fixed.exact = &list;
-    fixed.first = span.first;
-    fixed.count = span.count;
-    if (list.count > 0) fixed.end = list.entries[list.count - 1].pixel + 1;
-    FillDigits(fixed, {.low = digits, .fine = digits + count, .high = digits + 2 * count});
-    return digits + 3 * count;
+// The same, and none for a list that is too long.
+struct FixedSpan : GroupSpan {
+    FixedSpan(const ContributionList& list, std::int32_t lead, std::int32_t group)
+        : GroupSpan(list, lead, group) {
+        if (count > longestFixed) first = count = 0;
+    }
+};
+
+// How many weights the lists have together in such spans.
+template <typename Span>
+std::int64_t WeightCountOf(std::span<const ContributionList> lists, std::int32_t lead,
+                           std::int32_t group) {
+    return std::accumulate(
+        lists.begin(), lists.end(), std::int64_t{0},
+        [&](std::int64_t sum, const auto& list) { return sum + Span(list, lead, group).count; });
 }
 
 // Makes a twin's fixed-point list that of a list: the digits are the same.
@@ -285,37 +399,61 @@ void MoveTo(const ContributionList& list, FixedList& fixed) {
     fixed.exact = &list;
 }
 
-// Digits are kept by pairs of pixels: whether a list begins with the second of one.
-bool BeginsWithinPair(const ContributionList& list) {
-    return list.count > 0 && list.entries[0].pixel % 2 != 0;
-}
-
 }  // namespace
 
-bool FixedTable::Build(std::span<const ContributionList> exact) {
-    std::int64_t weightCount = 0;
-    for (const ContributionList& list : exact)
-        weightCount += PairSpan(list).count;
+bool FixedTable::Build(std::span<const ContributionList> exact, kernels::RowLayout layout) {
+    return layout == kernels::RowLayout::Words ? BuildOf<WordDigits>(exact)
+                                               : BuildOf<ByteDigits>(exact);
+}
+
+template <typename Digits>
+bool FixedTable::BuildOf(std::span<const ContributionList> exact) {
+    constexpr std::int32_t group = kernels::PixelsAtOnce(Digits::layout);
+    ChooseLead(exact, group);
+    const std::int64_t weightCount = WeightCountOf<FixedSpan>(exact, lead_, group);
     lists_ = AllocateZeroed<FixedList>(std::ssize(exact));
-    digits_ = AllocateZeroed<std::int16_t>(3 * weightCount + 1);
+    digits_ = AllocateZeroed<std::uint8_t>(Digits::bytesPerWeight * weightCount + 1);
     if (lists_ == nullptr || digits_ == nullptr) return false;
 
-    std::int16_t* digits = digits_.get();
+    // Digits are kept by groups of pixels: the place of a list's first within one.
+    const auto placeInGroup = [this](const ContributionList& list) {
+        return list.count == 0 ? 0 : (list.entries[0].pixel + lead_) % group;
+    };
+    std::uint8_t* digits = digits_.get();
     for (std::size_t index = 0; index < exact.size(); ++index) {
         const ContributionList& list = exact[index];
         FixedList& fixed = lists_[static_cast<std::ptrdiff_t>(index)];
         const std::size_t twin = FindTwin(exact, index, [&](std::size_t other) {
-            return BeginsWithinPair(exact[other]) == BeginsWithinPair(list);
+            return placeInGroup(exact[other]) == placeInGroup(list);
         });
         if (twin != index) {
             fixed = lists_[static_cast<std::ptrdiff_t>(twin)];
             MoveTo(list, fixed);
         } else {
-            digits = Fill(list, digits, fixed);
+            const FixedSpan span(list, lead_, group);
+            fixed.exact = &list;
+            fixed.first = static_cast<std::int32_t>(span.first);
+            fixed.count = static_cast<std::int32_t>(span.count);
+            if (list.count > 0) fixed.end = list.entries[list.count - 1].pixel + lead_ + 1;
+            FillDigits(fixed, lead_, Digits(digits, fixed.count));
+            digits += Digits::bytesPerWeight * span.count;
         }
         end_ = std::max(end_, std::int64_t{fixed.end});
     }
     return true;
+}
+
+// Lists that all begin within a group have one more of them than those that begin with one. Pairs
+// are so short that it is not worth to look.
+void FixedTable::ChooseLead(std::span<const ContributionList> exact, std::int32_t group) {
+    if (group == kernels::PixelsAtOnce(kernels::RowLayout::Words)) return;
+    std::int64_t least = WeightCountOf<GroupSpan>(exact, 0, group);
+    for (std::int32_t lead = 1; lead < group; ++lead) {
+        const std::int64_t weightCount = WeightCountOf<GroupSpan>(exact, lead, group);
+        if (weightCount >= least) continue;
+        least = weightCount;
+        lead_ = lead;
+    }
 }
 
 }  // namespace zvk

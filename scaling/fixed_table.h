@@ -7,23 +7,33 @@
 
 #include "bridge/buffer.h"
 #include "kernels/fixed_list.h"
+#include "kernels/row_layout.h"
 
 namespace zvk {
 
 // The fixed-point lists of one axis. It refers to the contribution lists that it was made from.
 class FixedTable {
   public:
-    // Makes one fixed-point list per contribution list; false when out of memory.
-    bool Build(std::span<const ContributionList> exact);
+    // Makes one fixed-point list per contribution list, for kernels that lay out rows in this way;
+    // false when out of memory.
+    bool Build(std::span<const ContributionList> exact, kernels::RowLayout layout);
 
     const kernels::FixedList* lists() const { return lists_.get(); }
 
-    // Behind the last pixel that a list names.
+    // How many places lie before the first pixel.
+    std::int32_t lead() const { return lead_; }
+
+    // Behind the last place that a list names.
     std::int64_t end() const { return end_; }
 
   private:
+    template <typename Digits>
+    bool BuildOf(std::span<const ContributionList> exact);
+    void ChooseLead(std::span<const ContributionList> exact, std::int32_t group);
+
     Buffer<kernels::FixedList> lists_;
-    Buffer<std::int16_t> digits_;
+    Buffer<std::uint8_t> digits_;
+    std::int32_t lead_ = 0;
     std::int64_t end_ = 0;
 };
 

@@ -68,9 +68,9 @@ bool RowPass::PrepareBoxes() {
 }
 
 bool RowPass::PrepareKernels() {
-    if (!fixed_.Build(lists_)) return false;
-    words_ = AllocateZeroed<std::uint16_t>(kernels::WordCountOf(fixed_.end()));
-    return words_ != nullptr;
+    if (!fixed_.Build(lists_, kernels::SelectedKernels().rowLayout)) return false;
+    layout_ = AllocateZeroed<std::uint8_t>(kernels::LayoutSizeOf(fixed_.end()));
+    return layout_ != nullptr;
 }
 
 void RowPass::Run(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {
@@ -170,14 +170,16 @@ void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::P
                                .order = *order_,
                                .lists = fixed_.lists(),
                                .listCount = std::ssize(lists_),
-                               .words = kernels::AlignedWords(words_.get()),
+                               .lead = fixed_.lead(),
+                               .layout = kernels::AlignedLayout(layout_.get()),
                                .destinations = {}};
-    for (std::int64_t y = first; y < last; y += kernels::rowsAtOnce) {
-        for (int row = 0; row < kernels::rowsAtOnce; ++row) {
+    const int rowsAtOnce = kernels::RowsAtOnce(kernels::SelectedKernels().rowLayout);
+    for (std::int64_t y = first; y < last; y += rowsAtOnce) {
+        for (int row = 0; row < rowsAtOnce; ++row) {
             // Where rows run out the last one is done more than once.
             const std::int64_t index = std::min(y + row, last - 1);
             job.sources[row] = reader_.RowAddress(index);
-            job.ahead[row] = RowAhead(index + kernels::rowsAtOnce);
+            job.ahead[row] = RowAhead(index + rowsAtOnce);
             job.destinations[row] = rows.Row(index);
         }
         kernels::SelectedKernels().resampleRows(job);
@@ -236,7 +238,8 @@ void ColumnPass::WidenRows(std::int64_t y, const kernels::PixelRows& rows, std::
 
 std::int64_t ColumnPass::RowsAtHand(std::int64_t rowCount) const {
     if (!useKernels_) return rowCount;
-    return std::clamp<std::int64_t>(bounded_.longestSpan() + kernels::rowsAtOnce - 1, 1, rowCount);
+    const int block = kernels::RowsAtOnce(kernels::SelectedKernels().rowLayout);
+    return std::clamp<std::int64_t>(bounded_.longestSpan() + block - 1, 1, rowCount);
 }
 
 RowRange ColumnPass::RowsFor(std::int64_t y) const {

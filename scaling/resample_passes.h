@@ -47,8 +47,8 @@ class RowPass {
     std::span<const ContributionList> lists_;
     std::optional<ChannelOrder> order_;
     FixedTable fixed_;
-    // Room for the words of the rows in work.
-    Buffer<std::uint16_t> words_;
+    // Room for the layout of the rows in work.
+    Buffer<std::uint8_t> layout_;
     // The wholes of the weights that every pixel and those beside it have.
     std::array<float, neighbourCount> neighbourWeights_{};
     std::int32_t neighbourDenominator_ = 0;

@@ -161,7 +161,7 @@ class ResampleEngine {
 
     // Rows are resampled in blocks.
     static std::int64_t RoundUp(std::int64_t rowCount) {
-        constexpr std::int64_t block = kernels::rowsAtOnce;
+        const std::int64_t block = kernels::RowsAtOnce(kernels::SelectedKernels().rowLayout);
         return (rowCount + block - 1) / block * block;
     }
 

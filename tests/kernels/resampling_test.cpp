@@ -96,24 +96,25 @@ class ResamplingKernels : public EveryLevel {
 
 void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& order,
                                   Picture picture, Guard guard) {
-    std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> sources;
-    std::array<std::unique_ptr<GuardedBytes>, rowsAtOnce> found;
+    const RowLayout layout = KernelsOf(GetParam()).rowLayout;
+    std::array<std::unique_ptr<GuardedBytes>, mostRowsAtOnce> sources;
+    std::array<std::unique_ptr<GuardedBytes>, mostRowsAtOnce> found;
     ForEveryFilter<Axis::Horizontal>(lengths, [&](auto lists) {
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists));
-        // What lies in the memory for words counts nothing.
-        const std::int64_t wordCount = WordCountOf(fixed.end());
-        GuardedBytes words(static_cast<std::int64_t>(sizeof(std::uint16_t)) * wordCount, guard);
-        words.FillWith(255);
+        ASSERT_TRUE(fixed.Build(lists, layout));
+        // What lies in the memory for the layout counts nothing.
+        GuardedBytes memory(LayoutSizeOf(fixed.end()), guard);
+        memory.FillWith(255);
         RowResampling job{.sources = {},
                           .ahead = {},
                           .sourceWidth = lengths.source,
                           .order = order,
                           .lists = fixed.lists(),
                           .listCount = lengths.destination,
-                          .words = AlignedWords(reinterpret_cast<std::uint16_t*>(words.data())),
+                          .lead = fixed.lead(),
+                          .layout = AlignedLayout(memory.data()),
                           .destinations = {}};
-        for (int row = 0; row < rowsAtOnce; ++row) {
+        for (int row = 0; row < RowsAtOnce(layout); ++row) {
             sources[row] = std::make_unique<GuardedBytes>(4 * lengths.source, guard);
             found[row] = std::make_unique<GuardedBytes>(4 * lengths.destination, guard);
             Fill(*sources[row], picture, random);
@@ -123,7 +124,7 @@ void ResamplingKernels::CheckRows(const Lengths& lengths, const ChannelOrder& or
         }
         kernels().resampleRows(job);
         std::vector<std::uint8_t> expected(static_cast<std::size_t>(4 * lengths.destination));
-        for (int row = 0; row < rowsAtOnce; ++row) {
+        for (int row = 0; row < RowsAtOnce(layout); ++row) {
             ResampleRow(sources[row]->data(), order, lists, expected.data());
             for (std::size_t byte = 0; byte < expected.size(); ++byte) {
                 if (byte % 4 == order.alpha) continue;
@@ -461,11 +462,24 @@ BoundedList BoundsOf(std::vector<Contribution> entries, float weightSum) {
     return bounded.lists()[0];
 }
 
-FixedList FixedOf(std::vector<Contribution> entries, float weightSum) {
+class FixedLists : public ::testing::TestWithParam<RowLayout> {
+  protected:
+    static bool HasWords() { return GetParam() == RowLayout::Words; }
+    static FixedTable TableOf(std::vector<Contribution> entries, float weightSum);
+    static FixedList FixedOf(std::vector<Contribution> entries, float weightSum);
+    static std::int64_t CoarseDigit(const FixedList& list, std::int32_t place);
+    static std::int64_t FineDigit(const FixedList& list, std::int32_t place);
+};
+
+FixedTable FixedLists::TableOf(std::vector<Contribution> entries, float weightSum) {
     const std::array lists = {ListOf(entries, weightSum)};
     FixedTable fixed;
-    EXPECT_TRUE(fixed.Build(lists));
-    return fixed.lists()[0];
+    EXPECT_TRUE(fixed.Build(lists, GetParam()));
+    return fixed;
+}
+
+FixedList FixedLists::FixedOf(std::vector<Contribution> entries, float weightSum) {
+    return TableOf(std::move(entries), weightSum).lists()[0];
 }
 
 std::vector<Contribution> PlainMeanOf(std::int32_t count) {
@@ -476,22 +490,22 @@ std::vector<Contribution> PlainMeanOf(std::int32_t count) {
 }
 
 // Nearly thirds: means stay away from halves by less than the bounds of either table.
-const std::vector<Contribution> nearlyThirds = {{(2.0F + 0.0009798F) / 3.0F, 0},
-                                                {(1.0F - 0.0009798F) / 3.0F, 1}};
+const std::vector<Contribution> nearlyThirds = {{(2.0F + 0.00098035F) / 3.0F, 0},
+                                                {(1.0F - 0.00098035F) / 3.0F, 1}};
 
-TEST(FixedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
+TEST_P(FixedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
     const FixedList list = FixedOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
     EXPECT_EQ(list.slack, 0);
     EXPECT_EQ(list.bias, 1 << (list.shift - 1));
 }
 
-TEST(FixedLists, LieHalfAStepAboveForPlainMeans) {
+TEST_P(FixedLists, LieHalfAStepAboveForPlainMeans) {
     const FixedList list = FixedOf({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}}, 3.0F);
     EXPECT_EQ(list.slack, 0);
     EXPECT_EQ(list.bias, (1 << (list.shift - 1)) + (1 << list.shift) / 12);
 }
 
-TEST(FixedLists, AreExactInTwoDigitsWhereTheyHoldAllBitsOfTheWeights) {
+TEST_P(FixedLists, AreExactInTwoDigitsWhereTheyHoldAllBitsOfTheWeights) {
     const auto isExact = [](std::vector<Contribution> entries, float weightSum) {
         const FixedList list = FixedOf(std::move(entries), weightSum);
         return list.fineBias == 0 && list.fineSlack == 0;
@@ -502,7 +516,7 @@ TEST(FixedLists, AreExactInTwoDigitsWhereTheyHoldAllBitsOfTheWeights) {
     EXPECT_FALSE(isExact({{0.3F, 0}, {0.7F, 1}}, 0.99999994F)) << "is divided";
 }
 
-TEST(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
+TEST_P(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
     const FixedList list = FixedOf({{0.3F, 0}, {0.7F, 1}}, 0.99999994F);
     const double unit = std::ldexp(1.0, -list.shift);
     EXPECT_GT(list.slack, 0);
@@ -511,7 +525,7 @@ TEST(FixedLists, HaveSlackOtherwiseAndLessOfItInTheSecondDigit) {
     EXPECT_LT(list.fineSlack * std::ldexp(unit, -list.fineShift), 1e-6);
 }
 
-TEST(FixedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
+TEST_P(FixedLists, SettleNothingWhereWeightsCancelOrAreTooMany) {
     for (const FixedList& list :
          {FixedOf({{1.0F, 0}, {-1.0F, 1}}, 0.0F), FixedOf({{1.0F, 0}, {-0.999F, 1}}, 0.001F),
           FixedOf({{0.3F, 0}}, std::nanf("")), FixedOf({{0.3F, 0}, {0.7F, 9000}}, 1.0F)}) {
@@ -539,11 +553,20 @@ std::vector<std::vector<Contribution>> ListsWithGreatDigits() {
     return lists;
 }
 
-// A weight's coarse digit, of both parts.
-std::int64_t CoarseDigit(const FixedList& list, std::int32_t place) {
+// A weight's coarse digit, of all parts.
+std::int64_t FixedLists::CoarseDigit(const FixedList& list, std::int32_t place) {
     const std::int32_t highPlace = place - list.highFirst;
     const bool hasHigh = highPlace >= 0 && highPlace < list.highCount;
-    return list.low[place] + (hasHigh ? std::int64_t{list.high[highPlace]} << 16U : 0);
+    if (HasWords())
+        return list.low[place] + (hasHigh ? std::int64_t{list.high[highPlace]} << 16U : 0);
+    const WeightBytes& four = list.bytes[place / 4];
+    const std::int32_t index = place % 4;
+    if (list.hasLowBytes) return four.low[index];
+    return four.low[index] + four.middle[index] * 256 + (hasHigh ? four.high[index] * 65536 : 0);
+}
+
+std::int64_t FixedLists::FineDigit(const FixedList& list, std::int32_t place) {
+    return HasWords() ? list.fine[place] : list.bytes[place / 4].fine[place % 4];
 }
 
 // The sum of a list's products with white pixels at the most, whatever their signs.
@@ -555,51 +578,63 @@ std::int64_t GreatestSum(std::int32_t count, DigitAt digitAt) {
     return sum;
 }
 
-TEST(FixedLists, HaveDigitsWhoseSumsDoNotOverflow) {
+TEST_P(FixedLists, HaveDigitsWhoseSumsDoNotOverflow) {
     for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
         const std::array lists = {ListOf(entries, 1.0F)};
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists));
+        ASSERT_TRUE(fixed.Build(lists, GetParam()));
         const FixedList& list = fixed.lists()[0];
         const auto coarseDigit = [&](std::int32_t place) { return CoarseDigit(list, place); };
-        const auto fineDigit = [&](std::int32_t place) { return list.fine[place]; };
-        EXPECT_LT(GreatestSum(list.count, coarseDigit), std::int64_t{1} << 30U) << list.count;
+        const auto fineDigit = [&](std::int32_t place) { return FineDigit(list, place); };
+        EXPECT_LT(GreatestSum(list.count, coarseDigit) + std::abs(list.bias) + list.slack,
+                  std::int64_t{1} << (HasWords() ? 30U : 31U))
+            << list.count;
         EXPECT_LT(GreatestSum(list.count, fineDigit), std::int64_t{1} << 31U) << list.count;
     }
 }
 
-TEST(FixedLists, HaveHighDigitsForTheFewGreatWeightsOfLongLists) {
+TEST_P(FixedLists, HaveHighDigitsForTheFewGreatWeightsOfLongLists) {
     std::vector<Contribution> entries;
     for (std::int32_t pixel = 0; pixel < 64; ++pixel)
         entries.push_back({pixel == 21 || pixel == 25 ? 0.3F : 0.4F / 62.0F, pixel});
     const std::array lists = {ListOf(entries, 1.0F)};
     FixedTable fixed;
-    ASSERT_TRUE(fixed.Build(lists));
+    ASSERT_TRUE(fixed.Build(lists, GetParam()));
     const FixedList& list = fixed.lists()[0];
     EXPECT_EQ(list.highFirst, 20);
-    EXPECT_EQ(list.highCount, 6);
-    EXPECT_EQ(list.high[0], 0);
-    EXPECT_GT(list.high[1], 0);
+    EXPECT_EQ(list.highCount, HasWords() ? 6 : 8);
+    EXPECT_FALSE(list.hasLowBytes);
     EXPECT_NEAR(static_cast<double>(CoarseDigit(list, 21)) * std::ldexp(1.0, -list.shift), 0.3,
                 std::ldexp(1.0, -list.shift));
-    EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).highCount, 0);
+    EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).highCount, HasWords() ? 0 : 4);
+}
+
+TEST_P(FixedLists, HaveDigitsThatFitTheirParts) {
+    for (const float weight : {0.998F, -0.998F, 0.5F, -0.5F, 0.4999F, 1.0F, -1.0F, 1.996F}) {
+        const FixedTable fixed = TableOf({{weight, 0}, {0.0F, 1}}, 1.0F);
+        const FixedList& list = fixed.lists()[0];
+        EXPECT_NEAR(static_cast<double>(CoarseDigit(list, 0)), std::ldexp(weight, list.shift), 0.5)
+            << weight;
+    }
 }
 
 // What the first digit leaves is greatest where just the pixels with weights above their digits are
 // white, or those with weights below.
-TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
+TEST_P(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
     for (std::vector<Contribution>& entries : ListsWithGreatDigits()) {
         const std::array lists = {ListOf(entries, 1.0F)};
         FixedTable fixed;
-        ASSERT_TRUE(fixed.Build(lists));
+        ASSERT_TRUE(fixed.Build(lists, GetParam()));
         const FixedList& list = fixed.lists()[0];
-        if (list.slack == 0) continue;
+        if (list.slack == 0 || list.count == 0) continue;
         const double unit = std::ldexp(1.0, list.shift);
         double below = 0.0;
         double above = 0.0;
         for (const Contribution& entry : entries) {
             const auto digit = static_cast<double>(CoarseDigit(list, entry.pixel - list.first));
             const double left = double{entry.weight} * unit - digit;
+            const double fine = std::ldexp(left, list.fineShift);
+            EXPECT_NEAR(static_cast<double>(FineDigit(list, entry.pixel - list.first)), fine, 0.5);
             (left < 0.0 ? below : above) += 255.0 * left;
         }
         const double begin = list.bias - unit / 2.0;
@@ -608,17 +643,17 @@ TEST(FixedLists, HaveIntervalsThatHoldWhatTheDigitsLeave) {
     }
 }
 
-TEST(FixedLists, AreNoPlainMeansWhereTheirStepsAreTooSmall) {
+TEST_P(FixedLists, AreNoPlainMeansWhereTheirStepsAreTooSmall) {
     EXPECT_GT(FixedOf(PlainMeanOf(1000), 1000.0F).slack, 0);
     EXPECT_EQ(FixedOf(PlainMeanOf(5), 5.0F).slack, 0);
 }
 
-TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
+TEST_P(FixedLists, HaveWeightsForWholeGroupsOfPixels) {
     std::vector<Contribution> odd = {{0.5F, 5}, {0.25F, 6}, {0.25F, 7}};
     std::vector<Contribution> even = {{0.5F, 4}, {0.25F, 5}, {0.25F, 6}};
     const std::array lists = {ListOf(odd, 1.0F), ListOf(even, 1.0F)};
     FixedTable fixed;
-    ASSERT_TRUE(fixed.Build(lists));
+    ASSERT_TRUE(fixed.Build(lists, GetParam()));
     EXPECT_EQ(fixed.end(), 8);
     EXPECT_EQ(fixed.lists()[0].end, 8);
     EXPECT_EQ(fixed.lists()[1].end, 7);
@@ -626,11 +661,11 @@ TEST(FixedLists, HaveWeightsForWholePairsOfPixels) {
         EXPECT_EQ(list.first, 4);
         EXPECT_EQ(list.count, 4);
     }
-    EXPECT_EQ(fixed.lists()[0].low[0], 0);
-    EXPECT_EQ(fixed.lists()[1].low[3], 0);
+    EXPECT_EQ(CoarseDigit(fixed.lists()[0], 0), 0);
+    EXPECT_EQ(CoarseDigit(fixed.lists()[1], 3), 0);
 }
 
-TEST(FixedLists, KnowHowTheyHalveSumsOfMirroredPixels) {
+TEST_P(FixedLists, KnowHowTheyHalveSumsOfMirroredPixels) {
     const auto mirroredOf = [](std::vector<Contribution> entries, float weightSum) {
         return FixedOf(std::move(entries), weightSum).mirrored;
     };
@@ -653,33 +688,71 @@ TEST(FixedLists, KnowHowTheyHalveSumsOfMirroredPixels) {
     EXPECT_EQ(mirroredOf({{1.0F, 2}, {-1.0F, 3}}, 0.0F), notMirrored) << "is left open";
 }
 
-// Weights that return are kept once, for lists that begin alike within a pair.
-TEST(FixedLists, ShareTheDigitsOfWeightsThatReturn) {
+// Weights that return are kept once, for lists that begin alike within a group.
+TEST_P(FixedLists, ShareTheDigitsOfWeightsThatReturn) {
     std::vector<Contribution> first = {{0.3F, 0}, {0.7F, 1}};
     std::vector<Contribution> odd = {{0.3F, 3}, {0.7F, 4}};
-    std::vector<Contribution> even = {{0.3F, 6}, {0.7F, 7}};
-    std::vector<Contribution> wider = {{0.3F, 8}, {0.7F, 10}};
-    std::vector<Contribution> heavier = {{0.3F, 12}, {0.7F, 13}};
+    std::vector<Contribution> even = {{0.3F, 8}, {0.7F, 9}};
+    std::vector<Contribution> wider = {{0.3F, 12}, {0.7F, 14}};
+    std::vector<Contribution> heavier = {{0.3F, 16}, {0.7F, 17}};
     const std::array lists = {ListOf(first, 1.0F), ListOf(odd, 1.0F), ListOf(even, 1.0F),
                               ListOf(wider, 1.0F), ListOf(heavier, 0.9F)};
     FixedTable fixed;
-    ASSERT_TRUE(fixed.Build(lists));
-    const auto places = std::span(fixed.lists(), lists.size());
-    EXPECT_EQ(places[2].low, places[0].low);
+    ASSERT_TRUE(fixed.Build(lists, GetParam()));
+    const auto digitsOf = [&](std::size_t index) {
+        const FixedList& list = std::span(fixed.lists(), lists.size())[index];
+        return HasWords() ? static_cast<const void*>(list.low) : list.bytes;
+    };
+    EXPECT_EQ(digitsOf(2), digitsOf(0));
     for (const std::size_t other : {1, 3, 4})
-        EXPECT_NE(places[other].low, places[0].low) << other;
-    EXPECT_EQ(places[2].first, 6);
-    EXPECT_EQ(places[2].end, 8);
-    EXPECT_EQ(places[2].exact, &lists[2]);
+        EXPECT_NE(digitsOf(other), digitsOf(0)) << other;
+    const FixedList& returned = std::span(fixed.lists(), lists.size())[2];
+    EXPECT_EQ(returned.first, fixed.lists()[0].first + 8);
+    EXPECT_EQ(returned.end, fixed.lists()[0].end + 8);
+    EXPECT_EQ(returned.exact, &lists[2]);
 }
 
-TEST(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
-    const FixedList list = FixedOf({{1.0F, 3}, {-1.0F, 8}}, 0.0F);
+// Four pixels that begin in the middle of a group take two groups, unless places are moved.
+TEST_P(FixedLists, BeginWithGroupsWhereTheyCan) {
+    std::vector<Contribution> first = {{0.1F, 2}, {0.4F, 3}, {0.4F, 4}, {0.1F, 5}};
+    std::vector<Contribution> second = {{0.1F, 6}, {0.4F, 7}, {0.4F, 8}, {0.1F, 9}};
+    const std::array lists = {ListOf(first, 1.0F), ListOf(second, 1.0F)};
+    FixedTable fixed;
+    ASSERT_TRUE(fixed.Build(lists, GetParam()));
+    EXPECT_EQ(fixed.lead(), HasWords() ? 0 : 2);
+    EXPECT_EQ(fixed.lists()[0].first, 2 + fixed.lead());
+    EXPECT_EQ(fixed.lists()[0].count, 4);
+    EXPECT_EQ(fixed.lists()[1].first, 6 + fixed.lead());
+    EXPECT_EQ(fixed.end(), 10 + fixed.lead());
+    EXPECT_EQ(CoarseDigit(fixed.lists()[0], 0), CoarseDigit(fixed.lists()[1], 3));
+}
+
+// Also where a list would be too long for fixed point if it began elsewhere.
+TEST_P(FixedLists, TakeAsManyWeightsAsTheyCan) {
+    constexpr std::int32_t longest = 8192;
+    EXPECT_EQ(FixedOf(PlainMeanOf(longest), longest).count, longest);
+    EXPECT_EQ(FixedOf(PlainMeanOf(longest + 1), longest + 1).count, 0);
+}
+
+// Whole weights need no more bits than they have.
+TEST_P(FixedLists, HaveLowBytesAloneWhereWeightsAreShortMultiples) {
+    const auto hasLowBytes = [](std::vector<Contribution> entries, float weightSum) {
+        return FixedOf(std::move(entries), weightSum).hasLowBytes;
+    };
+    EXPECT_EQ(hasLowBytes({{1.0F, 0}, {7.0F, 1}, {7.0F, 2}, {1.0F, 3}}, 16.0F), !HasWords());
+    EXPECT_EQ(hasLowBytes({{1.0F, 0}}, 1.0F), !HasWords());
+    EXPECT_FALSE(hasLowBytes({{1.0F, 0}, {255.0F, 1}}, 256.0F)) << "has nine bits";
+    EXPECT_FALSE(hasLowBytes({{0.3F, 0}, {0.7F, 1}}, 1.0F));
+    EXPECT_FALSE(hasLowBytes({{1.0F, 0}, {1.0F, 1}, {1.0F, 2}}, 3.0F));
+}
+
+TEST_P(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
+    const FixedList list = FixedOf({{1.0F, 4}, {-1.0F, 8}}, 0.0F);
     EXPECT_EQ(list.count, 0);
     EXPECT_EQ(list.end, 9);
 }
 
-TEST(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
+TEST_P(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
     const FixedList thirds = FixedOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}, 1.0F);
     EXPECT_EQ(thirds.slack, 0);
     EXPECT_EQ(thirds.bias, 1 << (thirds.shift - 1));
@@ -749,10 +822,18 @@ TEST(Lists, KnowWhetherTheirProductsAddUpInAnyOrder) {
     EXPECT_FALSE(addsExactly({{0.5F, 0}, {0.5F, 1}, {-0x1p-22F, 2}}));
     EXPECT_TRUE(addsExactly({}));
     EXPECT_EQ(BoundsOf({{1.0F, 0}, {0x1p-21F, 1}}, 1.0F).addsExactly, false);
-    EXPECT_EQ(FixedOf({{1.0F, 0}, {0x1p-21F, 1}}, 1.0F).addsExactly, false);
     EXPECT_EQ(BoundsOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).addsExactly, true);
+}
+
+TEST_P(FixedLists, KnowWhetherTheirProductsAddUpInAnyOrder) {
+    EXPECT_EQ(FixedOf({{1.0F, 0}, {0x1p-21F, 1}}, 1.0F).addsExactly, false);
     EXPECT_EQ(FixedOf({{0.3F, 0}, {0.7F, 1}}, 1.0F).addsExactly, true);
 }
+
+INSTANTIATE_TEST_SUITE_P(Layouts, FixedLists, ::testing::Values(RowLayout::Words, RowLayout::Bytes),
+                         [](const auto& layout) {
+                             return layout.param == RowLayout::Words ? "words" : "bytes";
+                         });
 
 TEST(BoundedLists, AreExactForWeightsThatAreMultiplesOfAPowerOfTwo) {
     const BoundedList list = BoundsOf({{0.125F, 0}, {0.75F, 1}, {0.125F, 2}}, 1.0F);
