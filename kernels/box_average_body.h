@@ -19,6 +19,10 @@ namespace {
 
 inline constexpr std::int64_t widestExactBox = 8192;
 
+inline RowsInTurn RowsOf(const RowAveraging& job) {
+    return {job.sources, job.ahead, job.sourceWidth * bytesPerPixelWord};
+}
+
 template <typename Simd>
 class RowAverager {
   public:
@@ -32,10 +36,10 @@ class RowAverager {
 
     void Run() const {
         if (job_.width < pixelsPerVector) return AverageRows(job_);
-        AheadFetcher ahead(job_.ahead, job_.rowCount, job_.starts[0]);
+        LineFetcher fetcher(RowsOf(job_), job_.rowCount, job_.starts[0]);
         std::int64_t x = 0;
         for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector) {
-            ahead.FetchUpTo(job_.starts[x] + job_.boxWidth);
+            fetcher.FetchAheadOf(job_.starts[x] + job_.boxWidth);
             WritePixels(x);
         }
         // The last vector goes back over pixels that have been written; they come out the same.
@@ -173,12 +177,12 @@ class ShortBoxAverager {
     void Run(const RowAveraging& job) const {
         if (job.width == 0) return;
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead, job.rowCount, starts[0]);
+        LineFetcher fetcher(RowsOf(job), job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
         for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
             if (starts[x + 3] + longest > job.sourceWidth) break;
-            ahead.FetchUpTo(starts[x + 3]);
+            fetcher.FetchAheadOf(starts[x + 3]);
             for (int row = 0; row < job.rowCount; ++row) {
                 const std::uint8_t* const source = job.sources[row];
                 const __m128i first = Means(source, starts[x], starts[x + 1]);

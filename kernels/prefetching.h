@@ -17,60 +17,66 @@ inline void Prefetch(const std::uint8_t* bytes) {
     __asm__ volatile("");
 }
 
-// Requests rows one row, or one block of rows, ahead, little by little as the work goes along.
-class AheadFetcher {
+// Rows that are read side by side from left to right, and those that are read next.
+struct RowsInTurn {
+    const std::uint8_t* const* rows;
+    const std::uint8_t* const* next;
+    std::int64_t rowSize;  // in bytes
+
+    // Requests a byte at `place` of rows `first` to before `last`, or of those that are read next
+    // where these have no more.
+    void Fetch(int first, int last, std::int64_t place) const {
+        const bool isInRow = place < rowSize;
+        const std::uint8_t* const* const from = isInRow ? rows : next;
+        const std::int64_t offset = isInRow ? place : place - rowSize;
+        if (offset >= rowSize) return;
+        for (int row = first; row < last; ++row)
+            Prefetch(from[row] + offset);
+    }
+};
+
+// Requests rows line by line, a few cache lines before their turn comes; of a row by itself the
+// next one, since a processor fetches ahead in one row by itself. Several rows are more than a
+// first-level cache would keep for the length of a row.
+class LineFetcher {
   public:
     // Nothing before pixel `first` is requested.
-    AheadFetcher(const std::uint8_t* const* rows, int rowCount, std::int64_t first)
-        : rows_(rows), rowCount_(rowCount), fetched_(first) {}
+    LineFetcher(const RowsInTurn& rows, int rowCount, std::int64_t first)
+        : rows_(rows),
+          rowCount_(rowCount),
+          distance_(rowCount > 1 ? 8 * cacheLine : rows.rowSize),
+          fetched_(first * bytesPerPixelWord) {}
 
-    // Requests what has not been of the pixels up to before `end`.
-    void FetchUpTo(std::int64_t end) {
-        for (; fetched_ < end; fetched_ += pixelsPerLine) {
-            for (int row = 0; row < rowCount_; ++row)
-                Prefetch(rows_[row] + fetched_ * bytesPerPixelWord);
-        }
+    // Requests what lies ahead of the pixels up to before `end`, as far as it has not been.
+    void FetchAheadOf(std::int64_t end) {
+        for (; fetched_ < end * bytesPerPixelWord; fetched_ += cacheLine)
+            rows_.Fetch(0, rowCount_, fetched_ + distance_);
     }
 
   private:
-    static constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
-
-    const std::uint8_t* const* rows_;
+    RowsInTurn rows_;
     int rowCount_;
+    std::int64_t distance_;
     std::int64_t fetched_;
 };
 
-// Requests parts of rows that are read side by side, shortly before their turn comes; near the
-// ends of the rows, the beginnings of those that are read next. So many rows are more than a
-// first-level cache would keep for the length of a row.
-template <int rowCount>
-class SideBySideFetcher {
+// The same for rows that are read in steps of `step` bytes: of all rows by the time that a cache
+// line has been read.
+template <int rowCount, std::int64_t step>
+class StepFetcher {
   public:
-    // Rows, and those that are read next, of `rowSize` bytes.
-    SideBySideFetcher(const std::uint8_t* const* rows, const std::uint8_t* const* next,
-                      std::int64_t rowSize)
-        : rows_(rows), next_(next), rowSize_(rowSize) {}
+    explicit StepFetcher(const RowsInTurn& rows) : rows_(rows) {}
 
-    // To be called for every `step` bytes that are read, from `offset` on: requests what lies ahead
-    // in some of the rows, and in all of them by the time that a cache line has been read.
-    template <std::int64_t step>
+    // To be called for every step, which reads from `offset` on.
     void FetchAheadOf(std::int64_t offset) {
         constexpr std::int64_t distance = 4 * cacheLine;
-        constexpr int rowsPerCall = static_cast<int>(rowCount * step / cacheLine);
-        const bool isInRow = offset + distance < rowSize_;
-        const std::uint8_t* const* const rows = isInRow ? rows_ : next_;
-        const std::int64_t place = offset + distance - (isInRow ? 0 : rowSize_);
-        if (place < rowSize_) {
-            for (int row = turn_; row < turn_ + rowsPerCall; ++row)
-                Prefetch(rows[row] + place);
-        }
-        turn_ = (turn_ + rowsPerCall) % rowCount;
+        constexpr int rowsPerStep = static_cast<int>(rowCount * step / cacheLine);
+        rows_.Fetch(turn_, turn_ + rowsPerStep, offset + distance);
+        turn_ = (turn_ + rowsPerStep) % rowCount;
     }
 
   private:
-    const std::uint8_t* const* rows_;
-    const std::uint8_t* const* next_;
-    std::int64_t rowSize_;
+    RowsInTurn rows_;
     int turn_ = 0;
 };
 

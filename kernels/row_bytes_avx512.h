@@ -34,7 +34,7 @@ class RowBytes {
               _mm_add_epi8(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
                            _mm_set1_epi8(job.order.alpha == 0 ? 1 : 0)),
               _mm_set1_epi8(15)))),
-          fetcher_(job.sources, job.ahead, job.sourceWidth * bytesPerPixelWord) {
+          fetcher_({job.sources, job.ahead, job.sourceWidth * bytesPerPixelWord}) {
         static_assert(rowCount == 16, "as many rows as a vector has numbers");
         static_assert(colourCount == 3, "as many colours as are stored");
     }
@@ -44,7 +44,7 @@ class RowBytes {
         for (; arranged_ < end; arranged_ += pixelsArranged) {
             const std::int64_t pixel = std::int64_t{arranged_} - job_.lead;
             const std::int64_t offset = pixel * bytesPerPixelWord;
-            fetcher_.FetchAheadOf<pixelsArranged * bytesPerPixelWord>(offset);
+            fetcher_.FetchAheadOf(offset);
             if (pixel >= 0 && job_.sourceWidth - pixel >= pixelsArranged) {
                 Arrange([&](int row) { return job_.sources[row] + offset; });
             } else {
@@ -246,7 +246,7 @@ class RowBytes {
 
     const RowResampling& job_;
     __m512i byColour_;
-    SideBySideFetcher<rowCount> fetcher_;
+    StepFetcher<rowCount, pixelsArranged * bytesPerPixelWord> fetcher_;
     std::int32_t arranged_ = 0;
 };
 

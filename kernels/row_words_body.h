@@ -26,7 +26,7 @@ class RowWords {
     explicit RowWords(const RowResampling& job)
         : job_(job),
           pairing_(job.order),
-          fetcher_(job.sources, job.ahead, job.sourceWidth * bytesPerPixelWord) {
+          fetcher_({job.sources, job.ahead, job.sourceWidth * bytesPerPixelWord}) {
         static_assert(rowCount == 8, "as many rows as a vector has numbers");
         static_assert(colourCount == 3, "as many colours as are packed");
     }
@@ -35,7 +35,7 @@ class RowWords {
     void ArrangeUpTo(std::int32_t end) {
         for (; widened_ < end; widened_ += pixelsArranged) {
             const std::int64_t offset = widened_ * bytesPerPixelWord;
-            fetcher_.template FetchAheadOf<pixelsArranged * bytesPerPixelWord>(offset);
+            fetcher_.FetchAheadOf(offset);
             if (job_.sourceWidth - widened_ >= pixelsArranged) {
                 Widen([&](int row) { return job_.sources[row] + offset; });
             } else {
@@ -240,7 +240,7 @@ class RowWords {
 
     const RowResampling& job_;
     typename Lanes::ColourPairing pairing_;
-    SideBySideFetcher<rowCount> fetcher_;
+    StepFetcher<rowCount, pixelsArranged * bytesPerPixelWord> fetcher_;
     std::int32_t widened_ = 0;
 };
 

@@ -62,12 +62,12 @@ class WideBoxAverager {
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
-        AheadFetcher ahead(job.ahead, job.rowCount, starts[0]);
+        LineFetcher fetcher(RowsOf(job), job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
         for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {
             if (starts[x + boxesAtOnce - 1] + longest > job.sourceWidth) break;
-            ahead.FetchUpTo(starts[x + boxesAtOnce - 1]);
+            fetcher.FetchAheadOf(starts[x + boxesAtOnce - 1]);
             const std::int32_t step = StepOf(starts + x);
             for (int row = 0; row < job.rowCount; ++row) {
                 Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,

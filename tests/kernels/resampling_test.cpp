@@ -55,10 +55,10 @@ void ForEveryFilter(const Lengths& lengths, Check check) {
     withFilter(Cubic6Filter{}, "Cubic6");
 }
 
-enum class Picture : std::uint8_t { Noise, Extremes, Flat, Half, Ramp };
+enum class Picture : std::uint8_t { Noise, Extremes, Flat, Half, Ramp, Sparse };
 
-constexpr std::array pictures = {Picture::Noise, Picture::Extremes, Picture::Flat, Picture::Half,
-                                 Picture::Ramp};
+constexpr std::array pictures = {Picture::Noise, Picture::Extremes, Picture::Flat,
+                                 Picture::Half,  Picture::Ramp,     Picture::Sparse};
 
 void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
     switch (picture) {
@@ -80,7 +80,11 @@ void Fill(GuardedBytes& bytes, Picture picture, std::mt19937& random) {
             const std::size_t shift = random() % 16;
             for (std::size_t index = 0; index < bytes.size(); ++index)
                 bytes.data()[index] = static_cast<std::uint8_t>((index / 4 + shift) / 4);
+            return;
         }
+        case Picture::Sparse:
+            // One row among many that are even.
+            return random() % 8 == 0 ? bytes.FillRandomly(random) : bytes.FillWith(200);
     }
 }
 
