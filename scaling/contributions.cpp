@@ -46,12 +46,14 @@ std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
     };
     const auto own = std::max_element(entries.begin(), entries.end(), weighsLess);
     if (own == entries.end()) return std::nullopt;
+    const double deviation = std::fabs(double{own->weight} - list.weightSum);
+    const double allowance = 0x1p-10 * std::fabs(list.weightSum);
+    if (!(deviation < allowance)) return std::nullopt;
     double others = 0.0;
     for (const Contribution& entry : entries)
         others += std::fabs(double{entry.weight});
     others -= std::fabs(double{own->weight});
-    const double deviation = std::fabs(double{own->weight} - list.weightSum);
-    if (!(deviation + others < 0x1p-10 * std::fabs(list.weightSum))) return std::nullopt;
+    if (!(deviation + others < allowance)) return std::nullopt;
     return own->pixel;
 }
 

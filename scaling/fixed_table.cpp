@@ -73,9 +73,11 @@ struct Remainders {
     double below = 0.0;
     double above = 0.0;
 
+    // Without branches: signs follow no pattern.
     void Add(double remainder) {
-        below += greatestChannel * std::min(remainder, 0.0);
-        above += greatestChannel * std::max(remainder, 0.0);
+        const double magnitude = std::fabs(remainder);
+        below += greatestChannel / 2.0 * (remainder - magnitude);
+        above += greatestChannel / 2.0 * (remainder + magnitude);
     }
 
     bool AreZero() const { return below == 0.0 && above == 0.0; }
