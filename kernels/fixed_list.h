@@ -5,27 +5,31 @@
 #include <cstdint>
 
 #include "kernels/contribution.h"
+#include "kernels/row_layout.h"
 
 namespace zvk::kernels {
 
 inline constexpr std::int32_t highDigitShift = 16;
 inline constexpr std::int32_t notMirrored = -1;
 
-// Four weights as bytes, all of them signed: coarse digits are low + 2^8 middle + 2^16 high.
+inline constexpr std::int32_t weightsPerGroup = PixelsAtOnce(RowLayout::Bytes);
+
+// Weights of a group of pixels as bytes, all of them signed: coarse digits are low + 2^8 middle +
+// 2^16 high.
 struct WeightBytes {
-    std::int8_t low[4];
-    std::int8_t middle[4];
-    std::int8_t high[4];
-    std::int8_t fine[4];
+    std::int8_t low[weightsPerGroup];
+    std::int8_t middle[weightsPerGroup];
+    std::int8_t high[weightsPerGroup];
+    std::int8_t fine[weightsPerGroup];
 };
-static_assert(sizeof(WeightBytes) == 16);
 
 // The weights of one destination coordinate, one per place from `first` on. Places count source
 // coordinates, and may have a few that are none before the first.
 //
-// Kernels that multiply words read `low`, `fine` and `high`. A weight's coarse digit may have more
-// than 16 bits: `high` holds what is above `low`, in units of 2^16, of those weights that need it
-// and of those between them. Kernels that multiply bytes read `bytes`.
+// Lists for kernels that multiply words have `low`, `fine` and `high`. A weight's coarse digit may
+// have more than 16 bits: `high` holds what is above `low`, in units of 2^16, of those weights that
+// need it and of those between them. Lists for kernels that multiply bytes have `bytes` instead.
+// Lists that have no weights have none of these.
 //
 // Let v be the value that the definition truncates to a byte, C the sum of channel * coarse digit
 // and F that of channel * fine. In units of 2^-shift v lies in [C + bias, C + bias + slack]; in
@@ -37,7 +41,7 @@ struct FixedList {
     const std::int16_t* low;   // `count` of them
     const std::int16_t* fine;  // and of these
     const std::int16_t* high;  // `highCount` of them
-    const WeightBytes* bytes;  // a quarter of `count`
+    const WeightBytes* bytes;  // one for each group
     const ContributionList* exact;
     // These are whole groups of the layout that the list is for.
     std::int32_t first;

@@ -29,8 +29,8 @@ struct RowResampling {
     ChannelOrder order;        // whose fourth byte is the first or the last of a pixel
     const FixedList* lists;    // made for the layout; they name pixels of the sources only
     std::int64_t listCount;
-    std::int32_t lead;  // how many places the lists count before the first pixel
-    // Room for the layout of the pixels up to the last that a list names, aligned for vectors.
+    std::int32_t lead;  // how many places the lists count before the first pixel; 0 with words
+    // Room for the layout of the places up to the last that a list names, aligned for vectors.
     std::uint8_t* layout;
     std::uint8_t* destinations[mostRowsAtOnce];
 };

@@ -198,7 +198,7 @@ class RowBytes {
     }
 
     // The weights of four taps for every row.
-    static __m512i LoadFour(const std::int8_t (&weights)[4]) {
+    static __m512i LoadFour(const std::int8_t (&weights)[weightsPerGroup]) {
         std::int32_t four = 0;
         __builtin_memcpy(&four, weights, sizeof four);
         return _mm512_set1_epi32(four);

@@ -1,4 +1,4 @@
-// Numbers of sixteen rows in one sixty-four-byte vector with AVX-512 F and BW.
+// Numbers of sixteen rows in one sixty-four-byte vector with AVX-512 F, BW and DQ.
 #pragma once
 
 #include <immintrin.h>

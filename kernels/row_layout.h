@@ -37,9 +37,9 @@ static_assert(2 * RowsAtOnce(RowLayout::Words) == RowsAtOnce(RowLayout::Bytes));
 
 inline constexpr std::int64_t layoutAlignment = 64;
 
-// How many bytes make room for so many pixels of all rows wherever the memory begins.
-constexpr std::int64_t LayoutSizeOf(std::int64_t pixelCount) {
-    const std::int64_t groups = (pixelCount + pixelsArranged - 1) / pixelsArranged;
+// How many bytes make room for so many places of all rows wherever the memory begins.
+constexpr std::int64_t LayoutSizeOf(std::int64_t placeCount) {
+    const std::int64_t groups = (placeCount + pixelsArranged - 1) / pixelsArranged;
     return groups * pixelsArranged * bytesPerColumn + layoutAlignment;
 }
 

@@ -12,6 +12,8 @@
 // products are exact and so may be fused.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <algorithm>
 
 #include "kernels/kernel_table.h"

@@ -31,7 +31,7 @@ class RowWords {
         static_assert(colourCount == 3, "as many colours as are packed");
     }
 
-    // Makes words of the pixels of every row up to before `end`, four at a time.
+    // Makes words of the pixels of every row up to before `end`, four at a time. Places are pixels.
     void ArrangeUpTo(std::int32_t end) {
         for (; widened_ < end; widened_ += pixelsArranged) {
             const std::int64_t offset = widened_ * bytesPerPixelWord;

@@ -1,5 +1,5 @@
-// What the levels with AVX2 and more are made of; `Vectors` are their widest, and how they lay out
-// rows, `Layout`.
+// What the levels with AVX2 and more are made of; `Vectors` are their widest, and
+// `Layout` is how they lay out rows.
 #pragma once
 
 #include "kernels/four_doubles_avx2.h"

@@ -13,7 +13,10 @@
 // part is greater than its digit, and so no 2^16 high greater than twice that: sums of either stay
 // below 2^31 where those of the digits stay below 2^30, and the bounds look at the whole digit
 // alone. As bytes, a coarse digit is low + 2^8 middle + 2^16 high with signed bytes; their sums are
-// put together modulo 2^32, so that it is enough if those of whole digits stay below 2^31.
+// put together modulo 2^32, so that it is enough if those of whole digits stay below 2^31, both
+// ends of the interval included. Those of digits before rounding stay 2^23 below it; rounding adds
+// 255 n / 2 at most, the bias 2^22 and as much, the slack as much: less than 2^23 with n up to
+// 8192.
 #include "scaling/fixed_table.h"
 
 #include <algorithm>
@@ -204,7 +207,8 @@ class WordDigits {
 class ByteDigits {
   public:
     static constexpr kernels::RowLayout layout = kernels::RowLayout::Bytes;
-    static constexpr std::int64_t bytesPerWeight = sizeof(kernels::WeightBytes) / 4;
+    static constexpr std::int64_t bytesPerWeight =
+        sizeof(kernels::WeightBytes) / kernels::weightsPerGroup;
 
     ByteDigits(std::uint8_t* memory, std::int32_t count)
         : bytes_(reinterpret_cast<kernels::WeightBytes*>(memory)), count_(count) {}
@@ -219,15 +223,15 @@ class ByteDigits {
         return ShortestWholeShift(list, longest);
     }
 
-    // A fine digit is a byte whatever its sign.
+    // With it, fine digits are at most half of 2^7, which a byte holds with either sign.
     static int FineShiftFor(std::int32_t /*count*/) { return 7; }
 
     void Store(std::int32_t place, std::int32_t coarse, std::int32_t fine) const {
         constexpr std::int32_t unit = 1 << 8;
         const std::int32_t upper = (coarse + unit / 2) >> 8;
         const std::int32_t high = (upper + unit / 2) >> 8;
-        kernels::WeightBytes& bytes = bytes_[place / 4];
-        const std::int32_t index = place % 4;
+        kernels::WeightBytes& bytes = bytes_[place / kernels::weightsPerGroup];
+        const std::int32_t index = place % kernels::weightsPerGroup;
         bytes.low[index] = static_cast<std::int8_t>(coarse - upper * unit);
         bytes.middle[index] = static_cast<std::int8_t>(upper - high * unit);
         bytes.high[index] = static_cast<std::int8_t>(high);
@@ -236,16 +240,18 @@ class ByteDigits {
 
     void NameIn(FixedList& fixed) const {
         fixed.bytes = bytes_;
-        fixed.hasLowBytes =
-            std::all_of(bytes_, bytes_ + count_ / 4, [](const kernels::WeightBytes& four) {
-                return AreZero(four.middle) && AreZero(four.high);
-            });
+        fixed.hasLowBytes = std::all_of(bytes_, bytes_ + count_ / kernels::weightsPerGroup,
+                                        [](const kernels::WeightBytes& four) {
+                                            return AreZero(four.middle) && AreZero(four.high);
+                                        });
     }
 
-    bool HasHigh(std::int32_t place) const { return bytes_[place / 4].high[place % 4] != 0; }
+    bool HasHigh(std::int32_t place) const {
+        return bytes_[place / kernels::weightsPerGroup].high[place % kernels::weightsPerGroup] != 0;
+    }
 
   private:
-    static bool AreZero(const std::int8_t (&bytes)[4]) {
+    static bool AreZero(const std::int8_t (&bytes)[kernels::weightsPerGroup]) {
         return std::all_of(std::begin(bytes), std::end(bytes), [](auto byte) { return byte == 0; });
     }
 
@@ -324,7 +330,6 @@ std::int32_t MirroredOf(const ContributionList& list, std::int32_t first, std::i
 template <typename Digits>
 void FillDigits(FixedList& fixed, std::int32_t lead, const Digits& digits) {
     const ContributionList& exact = *fixed.exact;
-    digits.NameIn(fixed);
     fixed.shift = 1;
     fixed.addsExactly = AddsExactly(exact);
     fixed.mirrored = kernels::notMirrored;
@@ -395,7 +400,7 @@ std::int64_t WeightCountOf(std::span<const ContributionList> lists, std::int32_t
 void MoveTo(const ContributionList& list, FixedList& fixed) {
     if (list.count > 0) {
         const std::int32_t shift = list.entries[0].pixel - fixed.exact->entries[0].pixel;
-        fixed.first += shift;
+        if (fixed.count > 0) fixed.first += shift;
         fixed.end += shift;
     }
     fixed.exact = &list;

@@ -15,7 +15,7 @@ namespace zvk {
 class FixedTable {
   public:
     // Makes one fixed-point list per contribution list, for kernels that lay out rows in this way;
-    // false when out of memory.
+    // false when out of memory. To be called once. Pixels lie below 2^31 - 8.
     bool Build(std::span<const ContributionList> exact, kernels::RowLayout layout);
 
     const kernels::FixedList* lists() const { return lists_.get(); }

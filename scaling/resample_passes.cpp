@@ -67,8 +67,11 @@ bool RowPass::PrepareBoxes() {
     return true;
 }
 
+// Kernels count places in 32 bits, of which they need a few behind the last pixel.
 bool RowPass::PrepareKernels() {
-    if (!fixed_.Build(lists_, kernels::SelectedKernels().rowLayout)) return false;
+    constexpr std::int64_t widest = std::int64_t{1} << 30U;
+    if (reader_.width > widest || !fixed_.Build(lists_, kernels::SelectedKernels().rowLayout))
+        return false;
     layout_ = AllocateZeroed<std::uint8_t>(kernels::LayoutSizeOf(fixed_.end()));
     return layout_ != nullptr;
 }

@@ -756,6 +756,18 @@ TEST_P(FixedLists, NameTheirPixelsAlsoWhereTheySettleNothing) {
     EXPECT_EQ(list.end, 9);
 }
 
+TEST_P(FixedLists, KeepTheirPlaceWhereTwinsSettleNothing) {
+    std::vector<Contribution> first = {{0.3F, 100}, {0.7F, 9000}};
+    std::vector<Contribution> second = {{0.3F, 0}, {0.7F, 8900}};
+    const std::array lists = {ListOf(first, 1.0F), ListOf(second, 1.0F)};
+    FixedTable fixed;
+    ASSERT_TRUE(fixed.Build(lists, GetParam()));
+    const FixedList& twin = std::span(fixed.lists(), lists.size())[1];
+    EXPECT_EQ(twin.first, 0);
+    EXPECT_EQ(twin.count, 0);
+    EXPECT_EQ(twin.end, 8901 + fixed.lead());
+}
+
 TEST_P(FixedLists, NeedNoSlackWhereMeansStayAwayFromHalves) {
     const FixedList thirds = FixedOf({{2.0F / 3.0F, 0}, {1.0F / 3.0F, 1}}, 1.0F);
     EXPECT_EQ(thirds.slack, 0);
