@@ -3,8 +3,6 @@
 // names them.
 #pragma once
 
-#include <algorithm>
-
 #include "kernels/kernel_table.h"
 #include "kernels/prefetching.h"
 #include "kernels/repetition.h"

@@ -451,7 +451,7 @@ bool FixedTable::BuildOf(std::span<const ContributionList> exact) {
 }
 
 // Lists that all begin within a group have one more of them than those that begin with one. Pairs
-// are so short that it is not worth to look.
+// are so short that it is not worth it, and kernels that multiply words know no lead.
 void FixedTable::ChooseLead(std::span<const ContributionList> exact, std::int32_t group) {
     if (group == kernels::PixelsAtOnce(kernels::RowLayout::Words)) return;
     std::int64_t least = WeightCountOf<GroupSpan>(exact, 0, group);
