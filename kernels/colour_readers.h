@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kernels/kernel_table.h"
+#include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
 namespace {
@@ -25,6 +26,10 @@ class ByteReader {
     typename Simd::Floats Load(const std::uint8_t* place, int colour) const {
         return Simd::Channel(Simd::LoadAll(place), bytes_[colour]);
     }
+    // The same of four of the pixels, by their place among the fours.
+    Sse2::Floats LoadPart(const std::uint8_t* place, int colour, int part) const {
+        return Sse2::Channel(Sse2::LoadAll(place + part * Sse2::byteCount), bytes_[colour]);
+    }
 
   private:
     const PixelRows& rows_;
@@ -45,6 +50,9 @@ class NumberReader {
     }
     static typename Simd::Floats Load(const float* place, int colour) {
         return Simd::Load(place + colour * Simd::floatCount);
+    }
+    static Sse2::Floats LoadPart(const float* place, int colour, int part) {
+        return Sse2::Load(place + colour * Simd::floatCount + part * Sse2::floatCount);
     }
 
   private:

@@ -23,12 +23,6 @@
 namespace zvk::kernels {
 namespace {
 
-// Bits of the colour channels among bytes of pixels, lowest first.
-inline std::uint64_t ColourLanes(const ChannelOrder& order) {
-    const std::uint64_t colours = 0xFU & ~(1U << order.alpha);
-    return colours * 0x1111111111111111U;
-}
-
 template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
 class ColumnBlender {
   public:
@@ -45,7 +39,7 @@ class ColumnBlender {
           asRead_(job.rowOrder),
           asWritten_(job.order),
           arrange_(job.rowOrder, job.order),
-          colourLanes_(static_cast<Mask>(ColourLanes(job.rowOrder))) {}
+          places_{job.rowOrder.red, job.rowOrder.green, job.rowOrder.blue} {}
 
     void Run() const {
         ForEachPart<Simd>(
@@ -165,87 +159,73 @@ class ColumnBlender {
         return rest;
     }
 
-    // Computes by the definition what is open: whole pixels, or one channel of four pixels, as
-    // takes fewer sums.
+    // Computes by the definition what is open, colour by colour: four pixels, or where that is not
+    // all, the whole vector.
     [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
                                    std::int64_t offset) const {
-        const Mask open = Simd::Differing(low, high) & colourLanes_;
+        const Mask open = Simd::Differing(low, high);
         std::uint8_t bytes[Simd::byteCount];
         Simd::StoreAll(bytes, low);
-        for (std::int64_t part = 0; part < Simd::byteCount; part += partSize) {
-            const auto lanes = static_cast<unsigned>(open >> static_cast<unsigned>(part)) & 0xFFFFU;
-            if (lanes != 0) SettlePart(list, lanes, offset + part, bytes + part);
+        for (int colour = 0; colour < colourCount; ++colour) {
+            const Mask lanes = (open >> places_[colour]) & static_cast<Mask>(firstChannel);
+            if (lanes == 0) continue;
+            const int first = __builtin_ctzll(lanes) / partSize;
+            if (lanes >> (first * partSize) >> partSize == 0) {
+                SettleParts<1>(list, offset, colour, first, bytes);
+            } else {
+                SettleParts<partCount>(list, offset, colour, 0, bytes);
+            }
         }
         return arrange_(Simd::LoadAll(bytes));
     }
 
-    void SettlePart(const BoundedList& list, unsigned lanes, std::int64_t offset,
-                    std::uint8_t* bytes) const {
-        const unsigned byPair = lanes | lanes >> 8U;
-        unsigned channels = (byPair | byPair >> 4U) & 0xFU;
-        const unsigned byTwo = lanes | lanes >> 2U;
-        unsigned pixels = (byTwo | byTwo >> 1U) & 0x1111U;
-        if (__builtin_popcount(pixels) <= __builtin_popcount(channels)) {
-            for (; pixels != 0; pixels &= pixels - 1) {
-                const int place = __builtin_ctz(pixels);
-                const std::uint32_t pixel = ToFourBytes(BlendPixel(list, offset + place));
-                __builtin_memcpy(bytes + place, &pixel, sizeof pixel);
-            }
-            return;
-        }
-        for (; channels != 0; channels &= channels - 1) {
-            const int channel = __builtin_ctz(channels);
-            const std::uint32_t values = ToFourBytes(BlendChannel(list, offset, channel));
-            for (int pixel = 0; pixel < 4; ++pixel)
-                bytes[4 * pixel + channel] = static_cast<std::uint8_t>(values >> (8 * pixel));
+    // Computes one colour of some parts of a vector's pixels, from part `first` on.
+    template <int count>
+    [[gnu::noinline]] void SettleParts(const BoundedList& list, std::int64_t offset, int colour,
+                                       int first, std::uint8_t* bytes) const {
+        __m128i means[count];
+        BlendExactly(list, offset, colour, first, means);
+        bytes += first * partSize + places_[colour];
+        for (const __m128i& mean : means) {
+            const auto values = static_cast<std::uint32_t>(
+                _mm_cvtsi128_si32(Sse2::PackPixels([&](int) { return mean; })));
+            for (int pixel = 0; pixel < 4; ++pixel, bytes += bytesPerPixelWord)
+                *bytes = static_cast<std::uint8_t>(values >> (8 * pixel));
         }
     }
 
-    // Four numbers clamped to bytes.
-    static std::uint32_t ToFourBytes(__m128i numbers) {
-        const __m128i bytes = Sse2::PackPixels([&](int) { return numbers; });
-        return static_cast<std::uint32_t>(_mm_cvtsi128_si32(bytes));
-    }
-
-    // The channels of one pixel by the definition.
-    [[gnu::noinline]] __m128i BlendPixel(const BoundedList& list, std::int64_t offset) const {
-        return BlendExactly(list, offset, Narrow::LoadBytes);
-    }
-
-    // One channel of four pixels.
-    [[gnu::noinline]] __m128i BlendChannel(const BoundedList& list, std::int64_t offset,
-                                           int channel) const {
-        const __m128i shift = _mm_cvtsi32_si128(8 * channel);
-        return BlendExactly(list, offset, [shift](const std::uint8_t* bytes) {
-            const __m128i values = _mm_srl_epi32(Sse2::LoadAll(bytes), shift);
-            return _mm_cvtepi32_ps(_mm_and_si128(values, _mm_set1_epi32(255)));
-        });
-    }
-
-    // Four bytes by the definition, given how each row's are loaded. Where no sum is rounded, four
-    // are formed at once.
-    template <typename LoadValues>
-    [[gnu::always_inline]] __m128i BlendExactly(const BoundedList& list, std::int64_t offset,
-                                                LoadValues loadValues) const {
-        constexpr int sumCount = 4;
-        FourDoubles sums[sumCount];
+    // The means of one colour by the definition. Where no sum is rounded, several are formed at
+    // once.
+    template <int count>
+    [[gnu::always_inline]] void BlendExactly(const BoundedList& list, std::int64_t offset,
+                                             int colour, int first,
+                                             __m128i (&means)[count]) const {
+        constexpr int sumCount = 4 / count;
+        FourDoubles sums[sumCount][count];
         const ContributionList& exact = *list.exact;
-        const auto addRun = [&](const Contribution* entries, std::int64_t count,
-                                const std::uint8_t* row) {
-            row += offset;
-            const auto add = [&](FourDoubles& sum, const Contribution& entry) {
+        ForEachRun(exact, [&](const Contribution* entries, std::int64_t entryCount, const auto* row)
+                              __attribute__((always_inline)) {
+            const auto* values = Reader::PlaceIn(row, offset);
+            const auto add = [&](FourDoubles(&sum)[count], const Contribution& entry) {
                 const __m128 weight = _mm_set1_ps(entry.weight);
-                sum = sum + FourDoubles::FromFloats(_mm_mul_ps(loadValues(row), weight));
-                row += job_.rows.stride;
+                Repeat<count>([&](auto part) {
+                    const __m128 numbers = reader_.LoadPart(values, colour, first + part);
+                    sum[part] = sum[part] + FourDoubles::FromFloats(_mm_mul_ps(numbers, weight));
+                });
+                values += reader_.rows().stride;
             };
             std::int64_t index = 0;
-            for (; list.addsExactly && index + sumCount <= count; index += sumCount)
+            for (; list.addsExactly && index + sumCount <= entryCount; index += sumCount)
                 Repeat<sumCount>([&](auto place) { add(sums[place], entries[index + place]); });
-            for (; index < count; ++index)
+            for (; index < entryCount; ++index)
                 add(sums[0], entries[index]);
-        };
-        ForEachRun(exact, addRun);
-        return ((sums[0] + sums[1]) + (sums[2] + sums[3])).Mean(exact.weightSum);
+        });
+        Repeat<count>([&](auto part) {
+            FourDoubles sum = sums[0][part];
+            for (int other = 1; other < sumCount; ++other)
+                sum = sum + sums[other][part];
+            means[part] = sum.Mean(exact.weightSum);
+        });
     }
 
     // Calls `add`, in order, with some of a list's entries after the others, how many they are, and
@@ -255,10 +235,10 @@ class ColumnBlender {
         if (list.count == 0) return;
         const std::int32_t first = list.entries[0].pixel;
         const bool hasGaps = list.entries[list.count - 1].pixel - first != list.count - 1;
-        RowCursor cursor(job_.rows);
+        RowCursor cursor(reader_.rows());
         std::int64_t index = 0;
         while (index < list.count) {
-            const std::uint8_t* const row = cursor.Row(list.entries[index].pixel);
+            const auto* const row = cursor.Row(list.entries[index].pixel);
             const std::int64_t count =
                 hasGaps ? 1 : std::min<std::int64_t>(list.count - index, cursor.RowsBeforeEnd());
             add(list.entries + index, count, row);
@@ -266,7 +246,11 @@ class ColumnBlender {
         }
     }
 
-    static constexpr std::int64_t partSize = 16;
+    // Bytes of four pixels, which are a part of a vector.
+    static constexpr int partSize = 4 * bytesPerPixelWord;
+    static constexpr int partCount = static_cast<int>(Simd::byteCount) / partSize;
+    // The first channel of every pixel, as bits.
+    static constexpr std::uint64_t firstChannel = 0x1111111111111111U;
 
     const ColumnBlending& job_;
     Reader reader_;
@@ -279,7 +263,8 @@ class ColumnBlender {
     typename Simd::ColourArrangement asRead_;
     typename Simd::ColourArrangement asWritten_;
     typename Simd::Arrangement arrange_;
-    Mask colourLanes_;
+    // Where the colours lie in a pixel that is read.
+    int places_[colourCount];
 };
 
 template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>

@@ -36,11 +36,12 @@ struct NumberRows {
 };
 
 // Finds rows whose indices ascend, and divides only where one would lie behind the last place.
+template <typename Rows>
 class RowCursor {
   public:
-    explicit RowCursor(const PixelRows& rows) : rows_(rows) {}
+    explicit RowCursor(const Rows& rows) : rows_(rows) {}
 
-    [[gnu::always_inline]] std::uint8_t* Row(std::int64_t index) {
+    [[gnu::always_inline]] auto* Row(std::int64_t index) {
         place_ += index - index_;
         if (place_ >= rows_.capacity) place_ %= rows_.capacity;
         index_ = index;
@@ -51,7 +52,7 @@ class RowCursor {
     std::int64_t RowsBeforeEnd() const { return rows_.capacity - place_; }
 
   private:
-    const PixelRows& rows_;
+    const Rows& rows_;
     std::int64_t index_ = 0;
     std::int64_t place_ = 0;
 };
