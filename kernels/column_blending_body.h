@@ -198,13 +198,12 @@ class ColumnBlender {
     // once.
     template <int count>
     [[gnu::always_inline]] void BlendExactly(const BoundedList& list, std::int64_t offset,
-                                             int colour, int first,
-                                             __m128i (&means)[count]) const {
+                                             int colour, int first, __m128i (&means)[count]) const {
         constexpr int sumCount = 4 / count;
         FourDoubles sums[sumCount][count];
         const ContributionList& exact = *list.exact;
-        ForEachRun(exact, [&](const Contribution* entries, std::int64_t entryCount, const auto* row)
-                              __attribute__((always_inline)) {
+        const auto addRun = [&](const Contribution* entries, std::int64_t entryCount,
+                                const auto* row) __attribute__((always_inline)) {
             const auto* values = Reader::PlaceIn(row, offset);
             const auto add = [&](FourDoubles(&sum)[count], const Contribution& entry) {
                 const __m128 weight = _mm_set1_ps(entry.weight);
@@ -219,7 +218,8 @@ class ColumnBlender {
                 Repeat<sumCount>([&](auto place) { add(sums[place], entries[index + place]); });
             for (; index < entryCount; ++index)
                 add(sums[0], entries[index]);
-        });
+        };
+        ForEachRun(exact, addRun);
         Repeat<count>([&](auto part) {
             FourDoubles sum = sums[0][part];
             for (int other = 1; other < sumCount; ++other)

@@ -2,8 +2,9 @@
 // line is the left sample of as many pixels of the result, with weights that repeat, so that no
 // numbers need to be looked up. Compiled once per instruction set.
 //
-// Exactness: as in interpolation_body.h. Numbers are finite and not negative, so that products by 1
-// and by 0 may be left out: they are the number itself and 0, which adds nothing.
+// Exactness: as in interpolation_body.h, or fused where any rounding will do. Numbers are finite
+// and not negative, so that products by 1 and by 0 may be left out: they are the number itself and
+// 0, which adds nothing.
 #pragma once
 
 #include "kernels/kernel_table.h"
@@ -13,26 +14,7 @@
 namespace zvk::kernels {
 namespace {
 
-// For each pixel of `factor` vectors in a row, the place of the line's pixel that it comes from,
-// and for each vector of them and each step within a factor, all bits where that step's pixels
-// belong.
-template <int factor, int vectorSize>
-struct Turns {
-    std::int32_t places[factor][vectorSize];
-    std::int32_t masks[factor][factor][vectorSize];
-
-    static consteval Turns Make() {
-        Turns turns{};
-        for (int pixel = 0; pixel < factor * vectorSize; ++pixel) {
-            const int vector = pixel / vectorSize;
-            turns.places[vector][pixel % vectorSize] = pixel / factor;
-            turns.masks[vector][pixel % factor][pixel % vectorSize] = -1;
-        }
-        return turns;
-    }
-};
-
-template <typename Simd, int factor, bool streams>
+template <typename Simd, typename Turns, int factor, bool streams, bool fuses>
 class FactorReader {
   public:
     explicit FactorReader(const ColumnInterpolation& job)
@@ -43,7 +25,7 @@ class FactorReader {
         });
     }
 
-    void Run() const {
+    [[gnu::always_inline]] void Run() const {
         std::int64_t x = 0;
         for (; x + Simd::floatCount <= job_.lineWidth; x += Simd::floatCount)
             WritePixels(x);
@@ -55,7 +37,6 @@ class FactorReader {
   private:
     using Floats = typename Simd::Floats;
     using Bytes = typename Simd::Bytes;
-    static constexpr auto turns = Turns<factor, Simd::floatCount>::Make();
 
     // Writes the pixels that a vector of the line's pixels from `x` on becomes.
     [[gnu::always_inline]] void WritePixels(std::int64_t x) const {
@@ -64,11 +45,12 @@ class FactorReader {
         Repeat<factor - 1>([&](auto index) __attribute__((always_inline)) {
             steps[index + 1] = Blend(x, nearWeights_[index], farWeights_[index]);
         });
+        Bytes pixels[factor];
+        Turns::Take(steps, pixels);
         std::uint8_t* const destination = job_.destination + x * factor * bytesPerPixelWord;
         Repeat<factor>([&](auto vector) __attribute__((always_inline)) {
             std::uint8_t* const place = destination + vector * Simd::byteCount;
-            streams ? Simd::Stream(place, TakeTurns<vector>(steps))
-                    : Simd::StoreAll(place, TakeTurns<vector>(steps));
+            streams ? Simd::Stream(place, pixels[vector]) : Simd::StoreAll(place, pixels[vector]);
         });
     }
 
@@ -87,26 +69,19 @@ class FactorReader {
         Floats channels[bytesPerPixelWord];
         Repeat<bytesPerPixelWord>([&](auto byte) __attribute__((always_inline)) {
             const float* const numbers = planes_[byte] + x;
-            channels[byte] = BlendRounded<Simd>(Simd::Load(numbers), nearWeights,
-                                                Simd::Load(numbers + 1), farWeights);
+            channels[byte] =
+                BlendNumbers(Simd::Load(numbers), nearWeights, Simd::Load(numbers + 1), farWeights);
         });
         return Simd::Interleave(channels);
     }
 
-    // One of the vectors that the steps' pixels make in turn.
-    template <int vector>
-    [[gnu::always_inline]] static Bytes TakeTurns(const Bytes (&steps)[factor]) {
-        const auto load = [](const std::int32_t* numbers) {
-            return Simd::LoadAll(reinterpret_cast<const std::uint8_t*>(numbers));
-        };
-        const Bytes places = load(turns.places[vector]);
-        Bytes pixels = Simd::PermutePixels(steps[0], places);
-        Repeat<factor - 1>([&](auto index) __attribute__((always_inline)) {
-            constexpr int step = index + 1;
-            pixels = Simd::SelectBy(load(turns.masks[vector][step]),
-                                    Simd::PermutePixels(steps[step], places), pixels);
-        });
-        return pixels;
+    static Floats BlendNumbers(Floats nearNumbers, Floats nearWeights, Floats farNumbers,
+                               Floats farWeights) {
+        if constexpr (!fuses)
+            return BlendRounded<Simd>(nearNumbers, nearWeights, farNumbers, farWeights);
+        const Floats half = Simd::Broadcast(0.5F);
+        return Simd::MultiplyAdd(farNumbers, farWeights,
+                                 Simd::MultiplyAdd(nearNumbers, nearWeights, half));
     }
 
     const ColumnInterpolation job_;
@@ -116,19 +91,25 @@ class FactorReader {
     Floats farWeights_[factor - 1];
 };
 
-template <typename Simd, int factor>
+template <typename Simd, typename Turns, int factor, bool streams>
 void InterpolateByFactor(const ColumnInterpolation& job) {
-    job.streams ? FactorReader<Simd, factor, true>(job).Run()
-                : FactorReader<Simd, factor, false>(job).Run();
+    job.fuses ? FactorReader<Simd, Turns, factor, streams, true>(job).Run()
+              : FactorReader<Simd, Turns, factor, streams, false>(job).Run();
 }
 
-template <typename Simd>
+template <typename Simd, typename Turns, int factor>
+void InterpolateByFactor(const ColumnInterpolation& job) {
+    job.streams ? InterpolateByFactor<Simd, Turns, factor, true>(job)
+                : InterpolateByFactor<Simd, Turns, factor, false>(job);
+}
+
+template <typename Simd, typename Turns>
 void InterpolateColumnsOfPlanes(const ColumnInterpolation& job) {
     const bool fits = job.lineWidth >= Simd::floatCount && job.byteMask == 0xFFFFFFFF &&
                       job.width == job.factor * job.lineWidth;
-    if (fits && job.factor == 2) return InterpolateByFactor<Simd, 2>(job);
-    if (fits && job.factor == 3) return InterpolateByFactor<Simd, 3>(job);
-    if (fits && job.factor == 4) return InterpolateByFactor<Simd, 4>(job);
+    if (fits && job.factor == 2) return InterpolateByFactor<Simd, Turns, 2>(job);
+    if (fits && job.factor == 3) return InterpolateByFactor<Simd, Turns, 3>(job);
+    if (fits && job.factor == 4) return InterpolateByFactor<Simd, Turns, 4>(job);
     PlaneReader<Simd>(job).Run();
 }
 

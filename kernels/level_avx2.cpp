@@ -4,11 +4,12 @@
 #include "kernels/row_lanes_avx2.h"
 #include "kernels/row_words_body.h"
 #include "kernels/simd_avx2.h"
+#include "kernels/turns_avx2.h"
 #include "kernels/wide_level.h"
 
 namespace zvk::kernels {
 
 constinit const KernelTable avx2Kernels =
-    TableOf<WideLevel<Avx2, RowWords<WideRowLanes>>>(InstructionSet::Avx2);
+    TableOf<WideLevel<Avx2, RowWords<WideRowLanes>, WideTurns>>(InstructionSet::Avx2);
 
 }  // namespace zvk::kernels

@@ -19,7 +19,8 @@ namespace {
 
 // What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Rows`
 // lays out rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of 16
-// bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four.
+// bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four. Where
+// the widest can permute, `Turns` has their pixels take turns.
 template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
     using Simd = typename Level::Simd;
@@ -34,7 +35,7 @@ consteval KernelTable TableOf(InstructionSet level) {
     }();
     constexpr auto interpolateColumns = [] {
         if constexpr (Simd::canPermute)
-            return InterpolateColumnsOfPlanes<Simd>;
+            return InterpolateColumnsOfPlanes<Simd, typename Level::Turns>;
         else
             return InterpolateColumnsInVectors<Simd>;
     }();

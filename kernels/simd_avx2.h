@@ -135,15 +135,6 @@ struct Avx2 {
     };
     static Bytes Repeat32(std::int32_t bits) { return _mm256_set1_epi32(bits); }
 
-    // The pixels at the given places.
-    static Bytes PermutePixels(Bytes pixels, Bytes places) {
-        return _mm256_permutevar8x32_epi32(pixels, places);
-    }
-    // Of two vectors' pixels the first where the mask has all bits, the second where it has none.
-    static Bytes SelectBy(Bytes mask, Bytes first, Bytes second) {
-        return _mm256_blendv_epi8(second, first, mask);
-    }
-
     static Mask Differing(Bytes left, Bytes right) {
         return ~static_cast<Mask>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(left, right)));
     }

@@ -130,15 +130,6 @@ struct Avx512 {
     };
     static Bytes Repeat32(std::int32_t bits) { return _mm512_set1_epi32(bits); }
 
-    // The pixels at the given places.
-    static Bytes PermutePixels(Bytes pixels, Bytes places) {
-        return _mm512_permutexvar_epi32(places, pixels);
-    }
-    // Of two vectors' pixels the first where the mask has all bits, the second where it has none.
-    static Bytes SelectBy(Bytes mask, Bytes first, Bytes second) {
-        return _mm512_mask_mov_epi32(second, _mm512_movepi32_mask(mask), first);
-    }
-
     static Mask Differing(Bytes left, Bytes right) { return _mm512_cmpneq_epi8_mask(left, right); }
     static Bytes Select(std::uint32_t mask, Bytes first, Bytes second) {
         const __m512i bits = _mm512_set1_epi32(static_cast<int>(mask));

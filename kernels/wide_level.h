@@ -1,5 +1,5 @@
-// What the levels with AVX2 and more are made of; `Vectors` are their widest, and
-// `Layout` is how they lay out rows.
+// What the levels with AVX2 and more are made of; `Vectors` are their widest, `Layout` is how they
+// lay out rows, and `PixelTurns` has pixels of those vectors take turns.
 #pragma once
 
 #include "kernels/four_doubles_avx2.h"
@@ -9,7 +9,7 @@
 namespace zvk::kernels {
 namespace {
 
-template <typename Vectors, typename Layout>
+template <typename Vectors, typename Layout, typename PixelTurns>
 struct WideLevel {
     using Simd = Vectors;
     using Narrow = Sse41;
@@ -18,6 +18,7 @@ struct WideLevel {
     using Words = WideWords;
     using Pixels = WidePixelPicker;
     using ShortBoxes = WideBoxAverager;
+    using Turns = PixelTurns;
 };
 
 }  // namespace

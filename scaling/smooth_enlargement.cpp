@@ -1,5 +1,6 @@
 // Smooth enlargement: two taps per axis with the weights of a smoothstep.
 #include <algorithm>
+#include <cmath>
 
 #include "bridge/buffer.h"
 #include "bridge/host_reference.h"
@@ -51,6 +52,18 @@ class InterpolationAxis {
         return length_ % sourceLength_ == 0 ? length_ / sourceLength_ : 0;
     }
 
+    // Whether coordinates repeat after a whole factor, with weights that are multiples of
+    // 1 / denominator, give or take `error`.
+    bool HasDenominator(double denominator, double error) const {
+        const auto isMultiple = [=](float weight) {
+            const double scaled = double{weight} * denominator;
+            return std::fabs(scaled - std::nearbyint(scaled)) <= error * denominator;
+        };
+        const std::int64_t factor = Factor();
+        return factor > 0 && std::all_of(nearWeights(), nearWeights() + factor, isMultiple) &&
+               std::all_of(farWeights(), farWeights() + factor, isMultiple);
+    }
+
     const std::int32_t* indices() const { return indices_.get(); }
     const float* nearWeights() const { return weights_.get(); }
     const float* farWeights() const { return weights_.get() + length_; }
@@ -78,6 +91,24 @@ class InterpolationAxis {
     Buffer<float> weights_;
 };
 
+// Whether no rounding of products or sums decides a byte, so that they may be formed in any way.
+//
+// With multiples of 1/32 along both axes, as factors of 2 and 4 have them, nothing is rounded at
+// all: a byte times two weights has 18 bits. With multiples of 1/27, as a factor of 3 has them,
+// means are multiples of 1/729, and so at least 1/1458 away from where the byte changes. Weights
+// that are off by 2^-24 move them by less than 4 * 255 * 2^-24 = 6.1e-5, and seven roundings of
+// numbers below 256 by less than 7 * 2^-17 = 5.4e-5.
+bool AnyRoundingWillDo(const InterpolationAxis& columns, const InterpolationAxis& rows) {
+    constexpr double powerOfTwo = 32.0;
+    constexpr double powerOfThree = 27.0;
+    constexpr double closeEnough = 0x1p-24;
+    const auto bothHave = [&](double denominator, double error) {
+        return columns.HasDenominator(denominator, error) &&
+               rows.HasDenominator(denominator, error);
+    };
+    return bothHave(powerOfTwo, 0.0) || bothHave(powerOfThree, closeEnough);
+}
+
 class Enlargement {
   public:
     Enlargement(const PictureReader& reader, std::int64_t width, std::int64_t height)
@@ -97,6 +128,7 @@ class Enlargement {
         columns_.FillWeights();
         yield.Point();
         rows_.FillWeights();
+        fuses_ = AnyRoundingWillDo(columns_, rows_);
         yield.Point();
         // What follows needs no more tables; hosts expect a yield here all the same.
         yield.Point();
@@ -133,6 +165,7 @@ class Enlargement {
                                     .farWeights = columns_.farWeights(),
                                     .width = writer.WritableWidth(width_),
                                     .factor = columns_.Factor(),
+                                    .fuses = fuses_,
                                     .byteMask = byteMask,
                                     .destination = writer.RowAddress(y),
                                     .streams = writer.IsBeyondCaches()});
@@ -144,6 +177,7 @@ class Enlargement {
     InterpolationAxis columns_;
     InterpolationAxis rows_;
     Buffer<float> line_;
+    bool fuses_ = false;
 };
 
 }  // namespace

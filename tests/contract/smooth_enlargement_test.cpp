@@ -72,6 +72,19 @@ TEST(SmoothEnlargement, GivesTheReferencesBytesForEverySmallSize) {
     }
 }
 
+// Alike along both axes, where no rounding decides a byte, and not, where some do.
+TEST(SmoothEnlargement, GivesTheReferencesBytesForWholeFactors) {
+    constexpr Size from = {70, 40};
+    std::uint64_t seed = 90;
+    for (int across = 2; across <= 5; ++across) {
+        for (int down = 2; down <= 9; ++down) {
+            ExpectEnlargedFromRandom({1, 1, false}, from, {from.width * across, from.height * down},
+                                     ++seed);
+        }
+        ExpectEnlargedFromRandom({1, 1, false}, from, {from.width * across, 101}, ++seed);
+    }
+}
+
 TEST(SmoothEnlargement, GivesTheReferencesBytesForLargeAndExtremeSizes) {
     std::uint64_t seed = 50;
     for (const auto& [from, to] : std::vector<std::pair<Size, Size>>{{{640, 480}, {901, 701}},

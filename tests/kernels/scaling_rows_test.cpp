@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 #include <random>
 #include <vector>
@@ -17,6 +18,19 @@ using testing::EveryLevel;
 using testing::Guard;
 using testing::GuardedBytes;
 
+struct SmoothWeights {
+    float nearOne;
+    float farOne;
+};
+
+// The weights of a coordinate that lies so many steps of a whole factor behind a sample.
+SmoothWeights SmoothWeightsAt(std::int64_t step, std::int64_t factor) {
+    const float t = static_cast<float>(step) / static_cast<float>(factor);
+    const float threeSquares = (t * 3.0F) * t;
+    const float twoCubes = ((2.0F * t) * t) * t;
+    return {.nearOne = (twoCubes - threeSquares) + 1.0F, .farOne = threeSquares - twoCubes};
+}
+
 class ScalingRowKernels : public EveryLevel {
   protected:
     // Boxes anywhere, in order.
@@ -26,6 +40,9 @@ class ScalingRowKernels : public EveryLevel {
     // Weights are anything; with a factor they repeat after as many pixels.
     void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask,
                             std::int64_t factor = 0);
+    void CheckEnlargement(const std::vector<std::uint8_t>& nearRow,
+                          const std::vector<std::uint8_t>& farRow, std::int64_t factor,
+                          std::int64_t rowStep);
     // The bytes of the mean of a source's first pixels.
     std::vector<std::uint8_t> AveragedAtTheStart(const std::vector<std::uint8_t>& source,
                                                  std::int64_t boxWidth, bool rounded) const;
@@ -241,6 +258,7 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
                                 .farWeights = farWeights.data(),
                                 .width = width,
                                 .factor = factor,
+                                .fuses = false,
                                 .byteMask = mask,
                                 .destination = found.data(),
                                 .streams = random() % 2 == 0};
@@ -318,12 +336,107 @@ TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
                                       .farWeights = farWeights.data(),
                                       .width = width,
                                       .factor = 0,
+                                      .fuses = false,
                                       .byteMask = 0xFFFFFFFF,
                                       .destination = found.data(),
                                       .streams = false});
         for (const std::uint8_t byte : found)
             ASSERT_EQ(byte, item.expected) << item.numerator << " / " << item.denominator;
     }
+}
+
+// A row between two rows of a source that is enlarged by a factor along both axes, which any
+// rounding gives.
+void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& nearRow,
+                                         const std::vector<std::uint8_t>& farRow,
+                                         std::int64_t factor, std::int64_t rowStep) {
+    const std::int64_t sourceWidth = std::ssize(nearRow) / 4;
+    const std::int64_t width = sourceWidth * factor;
+    std::vector<std::int32_t> indices;
+    std::vector<float> nearWeights;
+    std::vector<float> farWeights;
+    for (std::int64_t x = 0; x < width; ++x) {
+        const SmoothWeights weights = SmoothWeightsAt(x % factor, factor);
+        indices.push_back(static_cast<std::int32_t>(x / factor));
+        nearWeights.push_back(weights.nearOne);
+        farWeights.push_back(weights.farOne);
+    }
+    const SmoothWeights rowWeights = SmoothWeightsAt(rowStep, factor);
+    const auto enlarge = [&](auto interpolateRows, auto interpolateColumns) {
+        std::vector<float> line(static_cast<std::size_t>(4 * (sourceWidth + linePadding)));
+        std::vector<std::uint8_t> pixels(static_cast<std::size_t>(4 * width));
+        interpolateRows(RowInterpolation{.nearRow = nearRow.data(),
+                                         .farRow = farRow.data(),
+                                         .nearWeight = rowWeights.nearOne,
+                                         .farWeight = rowWeights.farOne,
+                                         .width = sourceWidth,
+                                         .line = line.data()});
+        interpolateColumns(ColumnInterpolation{.line = line.data(),
+                                               .lineWidth = sourceWidth,
+                                               .indices = indices.data(),
+                                               .nearWeights = nearWeights.data(),
+                                               .farWeights = farWeights.data(),
+                                               .width = width,
+                                               .factor = factor,
+                                               .fuses = true,
+                                               .byteMask = 0xFFFFFFFF,
+                                               .destination = pixels.data(),
+                                               .streams = false});
+        return pixels;
+    };
+    ASSERT_EQ(enlarge(kernels().interpolateRows, kernels().interpolateColumns),
+              enlarge(InterpolateRows, InterpolateColumns))
+        << "factor " << factor << ", row " << rowStep;
+}
+
+TEST_P(ScalingRowKernels, EnlargeByWholeFactorsAlongBothAxesInAnyRounding) {
+    for (std::int64_t sourceWidth = 1; sourceWidth <= 70; ++sourceWidth) {
+        std::vector<std::uint8_t> nearRow(static_cast<std::size_t>(4 * sourceWidth));
+        std::vector<std::uint8_t> farRow(nearRow.size());
+        for (std::int64_t factor = 2; factor <= 4; ++factor) {
+            for (std::int64_t step = 0; step < factor; ++step) {
+                for (std::size_t byte = 0; byte < nearRow.size(); ++byte) {
+                    nearRow[byte] = static_cast<std::uint8_t>(random());
+                    farRow[byte] = static_cast<std::uint8_t>(random());
+                }
+                CheckEnlargement(nearRow, farRow, factor, step);
+            }
+        }
+    }
+}
+
+// Means by thirds are multiples of 1/729: all those next to a half, from either side.
+TEST_P(ScalingRowKernels, EnlargeThreeTimesAlsoWhereMeansAreNextToAHalf) {
+    // By what they sum up to with weights 20 and 7, the two bytes of a column.
+    std::map<int, std::array<std::uint8_t, 2>> columns;
+    for (int nearByte = 0; nearByte < 256; ++nearByte) {
+        for (int farByte = 0; farByte < 256; ++farByte) {
+            columns[20 * nearByte + 7 * farByte] = {static_cast<std::uint8_t>(nearByte),
+                                                    static_cast<std::uint8_t>(farByte)};
+        }
+    }
+    // Columns come one behind the other in each channel, the left one once more behind the right
+    // one: weights 7 and 20 then give what 20 and 7 gave before.
+    std::vector<std::uint8_t> nearRow;
+    std::vector<std::uint8_t> farRow;
+    std::size_t count = 0;
+    for (const auto& [left, leftBytes] : columns) {
+        for (const auto& [right, rightBytes] : columns) {
+            const int rest = (20 * left + 7 * right) % 729;
+            if (rest != 364 && rest != 365) continue;
+            const std::size_t place = count / 4 * 12 + count % 4;
+            nearRow.resize(place / 12 * 12 + 12);
+            farRow.resize(nearRow.size());
+            nearRow[place] = nearRow[place + 8] = leftBytes[0];
+            farRow[place] = farRow[place + 8] = leftBytes[1];
+            nearRow[place + 4] = rightBytes[0];
+            farRow[place + 4] = rightBytes[1];
+            ++count;
+        }
+    }
+    ASSERT_GT(count, 100000U);
+    CheckEnlargement(nearRow, farRow, 3, 1);
+    CheckEnlargement(farRow, nearRow, 3, 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, ScalingRowKernels, ::testing::ValuesIn(testing::OfferedLevels()),
