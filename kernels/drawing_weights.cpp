@@ -65,8 +65,8 @@ __m128i Scaled(std::uint32_t pixel, const ScaledWeight& weight) {
     const __m128i values =
         _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(pixel)), _mm_setzero_si128());
     if (weight.isOne) return values;
-    // Two words at once: a word that waits in memory cannot be loaded as what vectors are made of
-    // until it has left the store buffer.
+    // As two words: where a compiler keeps a single word in memory, loading it into a vector has to
+    // wait until its store is done.
     const std::uint32_t twoWords = weight.multiplier * 0x10001U;
     return _mm_mulhi_epu16(values, _mm_set1_epi32(static_cast<int>(twoWords)));
 }

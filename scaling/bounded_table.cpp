@@ -34,6 +34,13 @@ double ErrorBound(double magnitude, std::int32_t count) {
     return (count + 8.0) * unitRoundoff * (255.0 * magnitude + 1.0);
 }
 
+double MagnitudeOf(const ContributionList& list) {
+    double magnitude = 0.0;
+    for (const Contribution& entry : EntriesOf(list))
+        magnitude += std::fabs(double{entry.weight} / list.weightSum);
+    return magnitude;
+}
+
 // Whether both the definition and the kernels compute the list's sums without rounding: all
 // normalised weights are multiples of one power of two q, and no sum reaches 2^24 q.
 bool IsExact(const ContributionList& list, double magnitude) {
@@ -87,11 +94,12 @@ constexpr std::int32_t longestBounded = 4096;
 // are the last place. Of each product, 2^-13 at most is left, and that is a multiple of the last
 // place of its weight: up to 8 of these are at most 2^-10, which has 24 bits if that place is 2^-34
 // or more. Normalising by a power of two rounds nothing, since nothing here is subnormal.
-bool FitsTwoSums(const ContributionList& list, double magnitude) {
+bool FitsTwoSums(const ContributionList& list) {
     constexpr std::int32_t most = 8;
     constexpr float least = 0x1p-11F;
     constexpr double greatest = 3.9;
-    if (!IsPowerOfTwo(list.weightSum) || list.count > most || magnitude > greatest) return false;
+    if (list.count > most || !IsPowerOfTwo(list.weightSum)) return false;
+    if (MagnitudeOf(list) > greatest) return false;
     return std::all_of(list.entries, list.entries + list.count, [&](const Contribution& entry) {
         return std::fabs(entry.weight / list.weightSum) >= least;
     });
@@ -107,8 +115,8 @@ bool MakesManyHalves(const ContributionList& list) {
     });
 }
 
-Decision DecisionFor(const ContributionList& list, double magnitude) {
-    if (!FitsTwoSums(list, magnitude)) return Decision::ByBounds;
+Decision DecisionFor(const ContributionList& list) {
+    if (!FitsTwoSums(list)) return Decision::ByBounds;
     return MakesManyHalves(list) ? Decision::InTwoSums : Decision::ByTwoSums;
 }
 
@@ -167,20 +175,12 @@ void ServeInWholes(BoundedList& bounded, const ContributionList& list, float* we
 }
 
 // Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
-void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude,
-                 float* weights) {
+void SetDecision(BoundedList& bounded, const ContributionList& list, float* weights) {
     if (bounded.slack != 0.0F) {
-        bounded.decision = DecisionFor(list, magnitude);
+        bounded.decision = DecisionFor(list);
     } else {
         ServeInWholes(bounded, list, weights);
     }
-}
-
-double MagnitudeOf(const ContributionList& list) {
-    double magnitude = 0.0;
-    for (const Contribution& entry : EntriesOf(list))
-        magnitude += std::fabs(double{entry.weight} / list.weightSum);
-    return magnitude;
 }
 
 // Has two neighbouring lists name the same rows where serving both together pays: those that only
@@ -226,7 +226,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSp
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
-        SetDecision(bounded, list, magnitude, weights);
+        SetDecision(bounded, list, weights);
     } else {
         LeaveOpen(bounded);
     }
@@ -274,7 +274,7 @@ void BoundedTable::FindSpans(std::span<const ContributionList> exact) {
     RowSpan* span = spans_.get();
     for (const ContributionList& list : exact) {
         span->copied = CopiedPixel(list).value_or(-1);
-        span->makesManyHalves = DecisionFor(list, MagnitudeOf(list)) == Decision::InTwoSums;
+        span->makesManyHalves = DecisionFor(list) == Decision::InTwoSums;
         if (list.count > 0) {
             span->first = list.entries[0].pixel;
             span->end = list.entries[list.count - 1].pixel + 1;

@@ -41,19 +41,17 @@ bool ContributionTable::GiveRoom(ContributionList& list) {
 // the others are. The definition's roundings are far smaller, and it adds 0.5 before it truncates.
 std::optional<std::int32_t> CopiedPixel(const ContributionList& list) {
     const std::span entries = EntriesOf(list);
-    const auto weighsLess = [](const Contribution& left, const Contribution& right) {
-        return std::fabs(left.weight) < std::fabs(right.weight);
-    };
-    const auto own = std::max_element(entries.begin(), entries.end(), weighsLess);
+    const double sum = list.weightSum;
+    const double allowance = 0x1p-10 * std::fabs(sum);
+    const auto own = std::find_if(entries.begin(), entries.end(), [=](const Contribution& entry) {
+        return std::fabs(entry.weight - sum) < allowance;
+    });
     if (own == entries.end()) return std::nullopt;
-    const double deviation = std::fabs(double{own->weight} - list.weightSum);
-    const double allowance = 0x1p-10 * std::fabs(list.weightSum);
-    if (!(deviation < allowance)) return std::nullopt;
     double others = 0.0;
     for (const Contribution& entry : entries)
         others += std::fabs(double{entry.weight});
     others -= std::fabs(double{own->weight});
-    if (!(deviation + others < allowance)) return std::nullopt;
+    if (!(std::fabs(own->weight - sum) + others < allowance)) return std::nullopt;
     return own->pixel;
 }
 
