@@ -40,8 +40,10 @@ class ScalingRowKernels : public EveryLevel {
     // Weights are anything; with a factor they repeat after as many pixels.
     void CheckInterpolation(std::int64_t sourceWidth, std::int64_t width, std::uint32_t mask,
                             std::int64_t factor = 0);
-    void CheckEnlargement(const std::vector<std::uint8_t>& nearRow,
-                          const std::vector<std::uint8_t>& farRow, std::int64_t factor,
+    // A row between two rows of a source that is enlarged by a factor along both axes, which any
+    // rounding gives.
+    void CheckEnlargement(const std::vector<std::uint8_t>& above,
+                          const std::vector<std::uint8_t>& below, std::int64_t factor,
                           std::int64_t rowStep);
     // The bytes of the mean of a source's first pixels.
     std::vector<std::uint8_t> AveragedAtTheStart(const std::vector<std::uint8_t>& source,
@@ -345,12 +347,10 @@ TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
     }
 }
 
-// A row between two rows of a source that is enlarged by a factor along both axes, which any
-// rounding gives.
-void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& nearRow,
-                                         const std::vector<std::uint8_t>& farRow,
+void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& above,
+                                         const std::vector<std::uint8_t>& below,
                                          std::int64_t factor, std::int64_t rowStep) {
-    const std::int64_t sourceWidth = std::ssize(nearRow) / 4;
+    const std::int64_t sourceWidth = std::ssize(above) / 4;
     const std::int64_t width = sourceWidth * factor;
     std::vector<std::int32_t> indices;
     std::vector<float> nearWeights;
@@ -365,8 +365,8 @@ void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& nearRo
     const auto enlarge = [&](auto interpolateRows, auto interpolateColumns) {
         std::vector<float> line(static_cast<std::size_t>(4 * (sourceWidth + linePadding)));
         std::vector<std::uint8_t> pixels(static_cast<std::size_t>(4 * width));
-        interpolateRows(RowInterpolation{.nearRow = nearRow.data(),
-                                         .farRow = farRow.data(),
+        interpolateRows(RowInterpolation{.nearRow = above.data(),
+                                         .farRow = below.data(),
                                          .nearWeight = rowWeights.nearOne,
                                          .farWeight = rowWeights.farOne,
                                          .width = sourceWidth,
