@@ -29,6 +29,11 @@ enum class Decision : std::uint8_t {
 //
 // With a denominator the weights are whole numbers instead, none negative, and the byte is
 // sum(weight * channel) / denominator rounded half up.
+//
+// Where there is an anchor, the definition's own products add up closely: in units that are the
+// last place of numbers next to the anchor, and apart from these in what is left of each product.
+// With every second entry in sums of their own, all four give the definition's sum give or take
+// `closeError`.
 struct BoundedList {
     const float* weights;  // `count` of them
     const ContributionList* exact;
@@ -39,6 +44,8 @@ struct BoundedList {
     bool addsExactly;  // whether the definition's products add up to the same sum in any order
     Decision decision;
     std::int32_t denominator;  // 0 if there is none
+    float anchor;              // 0 if there is none
+    float closeError;
 };
 
 // Lists with a denominator have at most this many weights and that denominator at most, so that

@@ -6,8 +6,9 @@
 //
 // Exactness: sums are formed in single precision, in any order, fused or not. A list's bounds say
 // between which two values the definition's sum lies; where both truncate to one byte, that is it.
-// Open bytes are decided without any rounding where a list fits two sums, and by the definition
-// elsewhere, whose products are rounded to single precision.
+// Open bytes are decided without any rounding where a list fits two sums. Elsewhere they are
+// decided by the definition, whose products are rounded to single precision, or, where there are
+// many, first by sums of these products that lie much closer to its sum.
 #pragma once
 
 #include <algorithm>
@@ -159,8 +160,8 @@ class ColumnBlender {
         return rest;
     }
 
-    // Computes by the definition what is open, colour by colour: four pixels, or where that is not
-    // all, the whole vector.
+    // Decides what is open, colour by colour: in close sums of the whole vector where more than
+    // four neighbouring pixels are open, and by the definition.
     [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
                                    std::int64_t offset) const {
         const Mask open = Simd::Differing(low, high);
@@ -170,62 +171,119 @@ class ColumnBlender {
             const Mask lanes = (open >> places_[colour]) & static_cast<Mask>(firstChannel);
             if (lanes == 0) continue;
             const int first = __builtin_ctzll(lanes) / partSize;
-            if (lanes >> (first * partSize) >> partSize == 0) {
-                SettleParts<1>(list, offset, colour, first, bytes);
-            } else {
-                SettleParts<partCount>(list, offset, colour, 0, bytes);
+            const bool areMany = lanes >> (first * partSize) >> partSize != 0;
+            if (areMany && list.anchor != 0.0F) {
+                SettleColour(list, offset, colour, bytes);
+                continue;
+            }
+            for (int part = first; part < partCount; ++part) {
+                if ((lanes >> (part * partSize) & partLanes) != 0)
+                    SettlePart(list, offset, colour, part, bytes);
             }
         }
         return arrange_(Simd::LoadAll(bytes));
     }
 
-    // Computes one colour of some parts of a vector's pixels, from part `first` on.
-    template <int count>
-    [[gnu::noinline]] void SettleParts(const BoundedList& list, std::int64_t offset, int colour,
-                                       int first, std::uint8_t* bytes) const {
-        __m128i means[count];
-        BlendExactly(list, offset, colour, first, means);
-        bytes += first * partSize + places_[colour];
-        for (const __m128i& mean : means) {
-            const auto values = static_cast<std::uint32_t>(
-                _mm_cvtsi128_si32(Sse2::PackPixels([&](int) { return mean; })));
-            for (int pixel = 0; pixel < 4; ++pixel, bytes += bytesPerPixelWord)
-                *bytes = static_cast<std::uint8_t>(values >> (8 * pixel));
+    // One colour of all pixels of a vector.
+    [[gnu::noinline]] void SettleColour(const BoundedList& list, std::int64_t offset, int colour,
+                                        std::uint8_t* bytes) const {
+        const CloseSums sums = SumClosely(list, offset, colour);
+        for (int part = 0; part < partCount; ++part) {
+            const FourDoubles sum = sums.Part(part);
+            const double weightSum = list.exact->weightSum;
+            const __m128i least = sum.Plus(-double{list.closeError}).Mean(weightSum);
+            const __m128i greatest = sum.Plus(double{list.closeError}).Mean(weightSum);
+            if (_mm_movemask_epi8(_mm_cmpeq_epi32(least, greatest)) == 0xFFFF) {
+                StorePart(least, colour, part, bytes);
+            } else {
+                SettlePart(list, offset, colour, part, bytes);
+            }
         }
     }
 
-    // The means of one colour by the definition. Where no sum is rounded, several are formed at
-    // once.
-    template <int count>
-    [[gnu::always_inline]] void BlendExactly(const BoundedList& list, std::int64_t offset,
-                                             int colour, int first, __m128i (&means)[count]) const {
-        constexpr int sumCount = 4 / count;
-        FourDoubles sums[sumCount][count];
-        const ContributionList& exact = *list.exact;
-        const auto addRun = [&](const Contribution* entries, std::int64_t entryCount,
-                                const auto* row) __attribute__((always_inline)) {
+    // The same of four of them, by the definition.
+    void SettlePart(const BoundedList& list, std::int64_t offset, int colour, int part,
+                    std::uint8_t* bytes) const {
+        StorePart(BlendExactly(list, offset, colour, part), colour, part, bytes);
+    }
+
+    // Puts four means into the places of one colour.
+    void StorePart(__m128i means, int colour, int part, std::uint8_t* bytes) const {
+        const __m128i packed = Sse2::PackPixels([&](int) { return means; });
+        const auto values = static_cast<std::uint32_t>(_mm_cvtsi128_si32(packed));
+        bytes += part * partSize + places_[colour];
+        for (int pixel = 0; pixel < 4; ++pixel)
+            bytes[pixel * bytesPerPixelWord] = static_cast<std::uint8_t>(values >> (8 * pixel));
+    }
+
+    // What a list's products of one colour add up to, closely.
+    struct CloseSums {
+        static constexpr int chainCount = 2;
+        float units[chainCount][Simd::floatCount];
+        float rests[chainCount][Simd::floatCount];
+
+        FourDoubles Part(int part) const {
+            const auto load = [part](const float* numbers) {
+                return FourDoubles::FromFloats(Sse2::Load(numbers + part * Sse2::floatCount));
+            };
+            return (load(units[0]) + load(units[1])) + (load(rests[0]) + load(rests[1]));
+        }
+    };
+
+    [[gnu::always_inline]] CloseSums SumClosely(const BoundedList& list, std::int64_t offset,
+                                                int colour) const {
+        constexpr int chainCount = CloseSums::chainCount;
+        const Floats anchor = Simd::Broadcast(list.anchor);
+        Floats heads[chainCount] = {anchor, anchor};
+        Floats rests[chainCount] = {Simd::Broadcast(0.0F), Simd::Broadcast(0.0F)};
+        const auto addRun = [&](const Contribution* entries, std::int64_t count, const auto* row)
+            __attribute__((always_inline)) {
             const auto* values = Reader::PlaceIn(row, offset);
-            const auto add = [&](FourDoubles(&sum)[count], const Contribution& entry) {
-                const __m128 weight = _mm_set1_ps(entry.weight);
-                Repeat<count>([&](auto part) {
-                    const __m128 numbers = reader_.LoadPart(values, colour, first + part);
-                    sum[part] = sum[part] + FourDoubles::FromFloats(_mm_mul_ps(numbers, weight));
-                });
+            const auto add = [&](Floats& head, Floats& rest, const Contribution& entry) {
+                const Floats product =
+                    Simd::Multiply(reader_.Load(values, colour), Simd::Broadcast(entry.weight));
+                rest = Simd::AddInMultiplier(rest, MoveUnits(product, head));
                 values += reader_.rows().stride;
             };
             std::int64_t index = 0;
-            for (; list.addsExactly && index + sumCount <= entryCount; index += sumCount)
+            for (; index + chainCount <= count; index += chainCount) {
+                Repeat<chainCount>(
+                    [&](auto chain) { add(heads[chain], rests[chain], entries[index + chain]); });
+            }
+            if (index < count) add(heads[0], rests[0], entries[index]);
+        };
+        ForEachRun(*list.exact, addRun);
+        CloseSums sums;
+        Repeat<chainCount>([&](auto chain) {
+            Simd::Store(sums.units[chain], Simd::Subtract(heads[chain], anchor));
+            Simd::Store(sums.rests[chain], rests[chain]);
+        });
+        return sums;
+    }
+
+    // Four means of one colour by the definition. Where no sum is rounded, four are formed at once.
+    [[gnu::noinline]] __m128i BlendExactly(const BoundedList& list, std::int64_t offset, int colour,
+                                           int part) const {
+        constexpr int sumCount = 4;
+        FourDoubles sums[sumCount];
+        const ContributionList& exact = *list.exact;
+        const auto addRun = [&](const Contribution* entries, std::int64_t count, const auto* row)
+            __attribute__((always_inline)) {
+            const auto* values = Reader::PlaceIn(row, offset);
+            const auto add = [&](FourDoubles& sum, const Contribution& entry) {
+                const __m128 weight = _mm_set1_ps(entry.weight);
+                const __m128 numbers = reader_.LoadPart(values, colour, part);
+                sum = sum + FourDoubles::FromFloats(_mm_mul_ps(numbers, weight));
+                values += reader_.rows().stride;
+            };
+            std::int64_t index = 0;
+            for (; list.addsExactly && index + sumCount <= count; index += sumCount)
                 Repeat<sumCount>([&](auto place) { add(sums[place], entries[index + place]); });
-            for (; index < entryCount; ++index)
+            for (; index < count; ++index)
                 add(sums[0], entries[index]);
         };
         ForEachRun(exact, addRun);
-        Repeat<count>([&](auto part) {
-            FourDoubles sum = sums[0][part];
-            for (int other = 1; other < sumCount; ++other)
-                sum = sum + sums[other][part];
-            means[part] = sum.Mean(exact.weightSum);
-        });
+        return ((sums[0] + sums[1]) + (sums[2] + sums[3])).Mean(exact.weightSum);
     }
 
     // Calls `add`, in order, with some of a list's entries after the others, how many they are, and
@@ -249,6 +307,7 @@ class ColumnBlender {
     // Bytes of four pixels, which are a part of a vector.
     static constexpr int partSize = 4 * bytesPerPixelWord;
     static constexpr int partCount = static_cast<int>(Simd::byteCount) / partSize;
+    static constexpr Mask partLanes = 0xFFFF;
     // The first channel of every pixel, as bits.
     static constexpr std::uint64_t firstChannel = 0x1111111111111111U;
 

@@ -183,6 +183,26 @@ void SetDecision(BoundedList& bounded, const ContributionList& list, float* weig
     }
 }
 
+// Chooses the units in which the definition's products add up closely.
+//
+// Their magnitudes add up to less than 2^21 units. Sums of units begin at 3 2^22 and stay within
+// 2^22 of it, where a unit is the last place of single precision: they are exact, and what is left
+// of a product is exact and half a unit at most. A sum takes up to n / 2 + 1 of n entries, whose
+// rows are in two runs at most. With m one more than that, each of the roundings of what is left is
+// below m 2^-25 units, and those of both sums are below m^2 2^-24. What m counts too much is far
+// more than the roundings in double, the definition's included.
+void SetAnchor(BoundedList& bounded, const ContributionList& list, double magnitude) {
+    if (list.entries[list.count - 1].pixel - list.entries[0].pixel != list.count - 1) return;
+    constexpr int greatestExponent = 64;
+    int exponent = 0;
+    std::frexp(255.0 * magnitude * list.weightSum, &exponent);
+    if (std::abs(exponent) > greatestExponent) return;
+    const double unit = std::ldexp(1.0, exponent - 21);
+    const double longest = list.count / 2 + 2;
+    bounded.anchor = static_cast<float>(0x3p22 * unit);
+    bounded.closeError = static_cast<float>(longest * longest * 0x1p-24 * unit);
+}
+
 // Has two neighbouring lists name the same rows where serving both together pays: those that only
 // one of them names are few, and sums that settle the one are not in vain for the other. Returns
 // whether they do.
@@ -217,7 +237,9 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSp
                .slack = 0.0F,
                .addsExactly = AddsExactly(list),
                .decision = Decision::ByBounds,
-               .denominator = 0};
+               .denominator = 0,
+               .anchor = 0.0F,
+               .closeError = 0.0F};
     if (list.count == 0) return;
     const double magnitude = MagnitudeOf(list);
     for (const Contribution& entry : EntriesOf(list)) {
@@ -227,6 +249,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSp
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
         SetDecision(bounded, list, weights);
+        SetAnchor(bounded, list, magnitude);
     } else {
         LeaveOpen(bounded);
     }

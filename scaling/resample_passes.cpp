@@ -111,7 +111,9 @@ void RowPass::BlendNeighbours(std::int64_t first, std::int64_t last,
                                     .slack = 0.0F,
                                     .addsExactly = true,
                                     .decision = kernels::Decision::InWholes,
-                                    .denominator = neighbourDenominator_};
+                                    .denominator = neighbourDenominator_,
+                                    .anchor = 0.0F,
+                                    .closeError = 0.0F};
     const std::int64_t width = std::ssize(lists_);
     kernels::ColumnBlending job{
         .rows = {.places = nullptr, .stride = bytesPerPixelWord, .capacity = neighbourCount},

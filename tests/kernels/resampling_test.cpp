@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <random>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -263,17 +265,26 @@ void ResamplingKernels::CheckBlend(const BoundedTable& bounded, const Contributi
     const auto size = static_cast<std::size_t>(width * bytesPerPixelWord);
     std::vector<std::uint8_t> found(size);
     std::vector<std::uint8_t> expected(size);
-    kernels().blendRows({.rows = rows,
-                         .numbers = {},
-                         .rowOrder = layouts::console,
-                         .lists = bounded.lists(),
-                         .listCount = 1,
-                         .order = layouts::colourFirst,
-                         .width = width,
-                         .destinations = {found.data()},
-                         .streams = false});
     ResampleColumns(rows, layouts::console, list, layouts::colourFirst, width, expected.data());
+    ColumnBlending job{.rows = rows,
+                       .numbers = {},
+                       .rowOrder = layouts::console,
+                       .lists = bounded.lists(),
+                       .listCount = 1,
+                       .order = layouts::colourFirst,
+                       .width = width,
+                       .destinations = {found.data()},
+                       .streams = false};
+    kernels().blendRows(job);
     ASSERT_EQ(found, expected);
+
+    const std::int64_t stride = NumberCountOf(width);
+    std::vector<float> numbers(static_cast<std::size_t>(stride * rows.capacity));
+    job.numbers = {.places = numbers.data(), .stride = stride, .capacity = rows.capacity};
+    for (std::int32_t row = 0; row < rows.capacity; ++row)
+        kernels().widenRow({rows.Row(row), layouts::console, width, job.numbers.Row(row)});
+    kernels().blendRows(job);
+    ASSERT_EQ(found, expected) << "from numbers";
 }
 
 // Whole weights over every denominator, all lengths that are served so.
@@ -332,6 +343,50 @@ TEST_P(ResamplingKernels, DecideInTwoSumsAsTheDefinitionDoes) {
         BoundedTable bounded;
         ASSERT_TRUE(bounded.Build(lists));
         Fill(rows, pictures[static_cast<std::size_t>(round) % pictures.size()], random);
+        SCOPED_TRACE("round " + std::to_string(round));
+        CheckBlend(bounded, lists[0], places, width);
+    }
+}
+
+// Rows that add up with their mirror images to an odd number, under symmetrical weights: all means
+// of a vector are next to halves, on which side is a matter of the products' roundings, and exactly
+// on them where the bytes are 0 and 1, whose products are not rounded.
+TEST_P(ResamplingKernels, DecideManyHalvesDownColumnsAsTheDefinitionDoes) {
+    constexpr std::int64_t width = 70;
+    constexpr std::int32_t mostPairs = 60;
+    constexpr std::int64_t stride = 4 * width;
+    GuardedBytes rows(stride * 2 * mostPairs + rowPadding);
+    for (int round = 0; round < 120; ++round) {
+        const auto pairs = static_cast<std::int32_t>(5 + random() % (mostPairs - 5));
+        const std::int32_t count = 2 * pairs;
+        // The list's rows begin anywhere among the places.
+        const auto start = static_cast<std::int32_t>(random() % 200);
+        const PixelRows places{.places = rows.data(), .stride = stride, .capacity = count};
+        std::vector<Contribution> entries(static_cast<std::size_t>(count));
+        float sum = 0.0F;
+        for (std::int32_t pixel = 0; pixel < pairs; ++pixel) {
+            const auto whole = static_cast<float>(100 + random() % 4000);
+            const float weight = (round % 2 == 0 ? whole : whole + 1.0F / whole) * 0x1p-12F;
+            entries[static_cast<std::size_t>(pixel)] = {weight, start + pixel};
+            entries[static_cast<std::size_t>(count - 1 - pixel)] = {weight,
+                                                                    start + count - 1 - pixel};
+            sum += 2.0F * weight;
+        }
+        const std::array lists = {ListOf(entries, sum)};
+        BoundedTable bounded;
+        ASSERT_TRUE(bounded.Build(lists));
+        ASSERT_GT(bounded.lists()[0].slack, 0.0F);
+        for (std::int64_t byte = 0; byte < stride; ++byte) {
+            const unsigned odd =
+                byte % 3 == 0 ? 1U : 2U * static_cast<unsigned>(random() % 255) + 1U;
+            for (std::int32_t pixel = 0; pixel < pairs; ++pixel) {
+                const unsigned least = odd > 255 ? odd - 255 : 0;
+                const unsigned own =
+                    least + static_cast<unsigned>(random()) % (odd - 2 * least + 1);
+                places.Row(start + pixel)[byte] = static_cast<std::uint8_t>(own);
+                places.Row(start + count - 1 - pixel)[byte] = static_cast<std::uint8_t>(odd - own);
+            }
+        }
         SCOPED_TRACE("round " + std::to_string(round));
         CheckBlend(bounded, lists[0], places, width);
     }
@@ -919,6 +974,64 @@ TEST(BoundedLists, AreAllInTwoSumsWhereHalvesAreFrequent) {
     const auto decision =
         BoundsOf({{1.0F / 18.0F, 0}, {8.0F / 9.0F, 1}, {1.0F / 18.0F, 2}}, 1.0F).decision;
     EXPECT_EQ(decision, Decision::InTwoSums);
+}
+
+// What the definition's products, in two runs of rows, add up to in units and in what is left.
+double CloseSumOf(const BoundedList& list, std::span<const Contribution> entries,
+                  const std::vector<std::uint8_t>& bytes, std::size_t firstRun) {
+    std::array heads = {list.anchor, list.anchor};
+    std::array rests = {0.0F, 0.0F};
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        const std::size_t place = index < firstRun ? index : index - firstRun;
+        const std::size_t chain = place % 2;
+        const float product = static_cast<float>(bytes[index]) * entries[index].weight;
+        const float sum = heads[chain] + product;
+        rests[chain] += product - (sum - heads[chain]);
+        heads[chain] = sum;
+    }
+    return (double{heads[0] - list.anchor} + double{heads[1] - list.anchor}) +
+           (double{rests[0]} + double{rests[1]});
+}
+
+TEST(BoundedLists, HaveProductsThatAddUpAsCloselyAsTheySay) {
+    std::mt19937 random(19);
+    const auto share = [&] { return std::generate_canonical<float, 24>(random); };
+    double greatestError = 0.0;
+    for (int round = 0; round < 3000; ++round) {
+        const auto count = static_cast<std::int32_t>(9 + random() % 200);
+        const float scale = std::ldexp(1.0F, static_cast<int>(random() % 40) - 20);
+        std::vector<Contribution> entries;
+        float weightSum = 0.0F;
+        for (std::int32_t pixel = 0; pixel < count; ++pixel) {
+            entries.push_back({.weight = (share() - 0.1F) * scale, .pixel = pixel});
+            weightSum += entries.back().weight;
+        }
+        const BoundedList list = BoundsOf(entries, weightSum);
+        ASSERT_NE(list.anchor, 0.0F);
+        std::vector<std::uint8_t> bytes;
+        double expected = 0.0;
+        for (const Contribution& entry : entries) {
+            bytes.push_back(round % 2 == 0 ? 255 : static_cast<std::uint8_t>(random()));
+            expected += double{static_cast<float>(bytes.back()) * entry.weight};
+        }
+        const double found = CloseSumOf(list, entries, bytes, random() % entries.size());
+        const double error = std::fabs(found - expected) / list.closeError;
+        ASSERT_LE(error, 1.0) << count << " entries";
+        greatestError = std::max(greatestError, error);
+        ASSERT_LT(list.closeError / std::fabs(weightSum), list.slack / 4.0F);
+    }
+    EXPECT_GT(greatestError, 0.0) << "some of what is left is rounded";
+}
+
+TEST(BoundedLists, HaveNoAnchorWhereRowsAreLeftOutOrWeightsAreOutOfRange) {
+    const auto anchorOf = [](float scale, std::int32_t last) {
+        return BoundsOf({{0.31F * scale, 0}, {0.47F * scale, 1}, {0.22F * scale, last}}, scale)
+            .anchor;
+    };
+    EXPECT_NE(anchorOf(1.0F, 2), 0.0F);
+    EXPECT_EQ(anchorOf(1.0F, 3), 0.0F);
+    EXPECT_EQ(anchorOf(0x1p-80F, 2), 0.0F);
+    EXPECT_EQ(anchorOf(0x1p80F, 2), 0.0F);
 }
 
 TEST(BoundedLists, AreInWholesWhereWeightsHaveASmallDenominator) {
