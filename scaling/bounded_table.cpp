@@ -198,7 +198,7 @@ void SetAnchor(BoundedList& bounded, const ContributionList& list, double magnit
     std::frexp(255.0 * magnitude * list.weightSum, &exponent);
     if (std::abs(exponent) > greatestExponent) return;
     const double unit = std::ldexp(1.0, exponent - 21);
-    const double longest = list.count / 2 + 2;
+    const double longest = list.count / 2.0 + 2.0;
     bounded.anchor = static_cast<float>(0x3p22 * unit);
     bounded.closeError = static_cast<float>(longest * longest * 0x1p-24 * unit);
 }
