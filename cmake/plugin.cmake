@@ -39,7 +39,7 @@ set(plugin_sources
     scaling/scaling_method.cpp
     scaling/smooth_enlargement.cpp)
 
-# One loop over all bytes, worth vectors of its own.
+# A loop over half of all bytes, worth vectors of its own.
 set_source_files_properties(kernels/drawing_weights.cpp PROPERTIES COMPILE_OPTIONS -O3)
 
 # Kernels are compiled once per level of instruction sets. GCC warns of the deliberately undefined

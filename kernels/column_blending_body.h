@@ -24,7 +24,7 @@
 namespace zvk::kernels {
 namespace {
 
-template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
+template <typename Simd, typename FourDoubles, typename Reader, int rowCount>
 class ColumnBlender {
   public:
     explicit ColumnBlender(const ColumnBlending& job)
@@ -160,8 +160,8 @@ class ColumnBlender {
         return rest;
     }
 
-    // Decides what is open, colour by colour: in close sums of the whole vector where more than
-    // four neighbouring pixels are open, and by the definition.
+    // Decides what is open, colour by colour: by the definition four pixels at a time, or, where
+    // open pixels lie in several fours, in close sums of the whole vector first.
     [[gnu::noinline]] Bytes Settle(const BoundedList& list, Bytes low, Bytes high,
                                    std::int64_t offset) const {
         const Mask open = Simd::Differing(low, high);
@@ -171,10 +171,12 @@ class ColumnBlender {
             const Mask lanes = (open >> places_[colour]) & static_cast<Mask>(firstChannel);
             if (lanes == 0) continue;
             const int first = __builtin_ctzll(lanes) / partSize;
-            const bool areMany = lanes >> (first * partSize) >> partSize != 0;
-            if (areMany && list.anchor != 0.0F) {
-                SettleColour(list, offset, colour, bytes);
-                continue;
+            if constexpr (partCount > 1) {
+                const bool lieInSeveral = lanes >> (first * partSize) >> partSize != 0;
+                if (lieInSeveral && list.anchor != 0.0F) {
+                    SettleColour(list, offset, colour, bytes);
+                    continue;
+                }
             }
             for (int part = first; part < partCount; ++part) {
                 if ((lanes >> (part * partSize) & partLanes) != 0)
@@ -188,11 +190,12 @@ class ColumnBlender {
     [[gnu::noinline]] void SettleColour(const BoundedList& list, std::int64_t offset, int colour,
                                         std::uint8_t* bytes) const {
         const CloseSums sums = SumClosely(list, offset, colour);
+        const double error = list.closeError;
+        const double weightSum = list.exact->weightSum;
         for (int part = 0; part < partCount; ++part) {
             const FourDoubles sum = sums.Part(part);
-            const double weightSum = list.exact->weightSum;
-            const __m128i least = sum.Plus(-double{list.closeError}).Mean(weightSum);
-            const __m128i greatest = sum.Plus(double{list.closeError}).Mean(weightSum);
+            const __m128i least = sum.Plus(-error).Mean(weightSum);
+            const __m128i greatest = sum.Plus(error).Mean(weightSum);
             if (_mm_movemask_epi8(_mm_cmpeq_epi32(least, greatest)) == 0xFFFF) {
                 StorePart(least, colour, part, bytes);
             } else {
@@ -326,29 +329,29 @@ class ColumnBlender {
     int places_[colourCount];
 };
 
-template <typename Simd, typename Narrow, typename FourDoubles, typename Reader, int rowCount>
+template <typename Simd, typename FourDoubles, typename Reader, int rowCount>
 void BlendTogether(const ColumnBlending& job) {
     if (AreInEighteenths<rowCount>(job)) {
         EighteenthBlender<Simd, Reader, rowCount>(job).Run();
     } else {
-        ColumnBlender<Simd, Narrow, FourDoubles, Reader, rowCount>(job).Run();
+        ColumnBlender<Simd, FourDoubles, Reader, rowCount>(job).Run();
     }
 }
 
-template <typename Simd, typename Narrow, typename FourDoubles, typename Reader>
+template <typename Simd, typename FourDoubles, typename Reader>
 void BlendFrom(const ColumnBlending& job) {
-    job.listCount == 1 ? BlendTogether<Simd, Narrow, FourDoubles, Reader, 1>(job)
-                       : BlendTogether<Simd, Narrow, FourDoubles, Reader, rowsBlended>(job);
+    job.listCount == 1 ? BlendTogether<Simd, FourDoubles, Reader, 1>(job)
+                       : BlendTogether<Simd, FourDoubles, Reader, rowsBlended>(job);
 }
 
-template <typename Simd, typename Narrow, typename FourDoubles>
+template <typename Simd, typename FourDoubles>
 void BlendRows(const ColumnBlending& job) {
     if (AreInWholes(job)) {
         BlendInWholes<Simd>(job);
     } else if (job.numbers.places != nullptr) {
-        BlendFrom<Simd, Narrow, FourDoubles, NumberReader<Simd>>(job);
+        BlendFrom<Simd, FourDoubles, NumberReader<Simd>>(job);
     } else {
-        BlendFrom<Simd, Narrow, FourDoubles, ByteReader<Simd>>(job);
+        BlendFrom<Simd, FourDoubles, ByteReader<Simd>>(job);
     }
 }
 

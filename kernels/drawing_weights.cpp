@@ -5,15 +5,13 @@
 // 1 / (255 * 254) apart (Farey sequence), more than the 1 / 65536 between two multipliers. So one
 // of the two multiples of 1 / 65536 next to w lies in the same interval. Only next to such a
 // fraction may products round to a whole number for one value and not for another, and then there
-// is none; so all values are tried. Those below 128 are right if their doubles are: doubling rounds
-// nothing, and floor(x) is half of floor(2 x), rounded down.
+// is none; so all values from 128 on are tried. A smaller one is right if twice the value is:
+// doubling a product rounds nothing, and floor(x) is half of floor(2 x), rounded down.
 #include "kernels/drawing_weights.h"
 
 #include <emmintrin.h>
 
 #include <cstring>
-
-#include "kernels/arithmetic.h"
 
 namespace zvk::kernels {
 
@@ -92,7 +90,7 @@ std::optional<ScaledWeight> ScaleWeight(double weight) {
     if (!(weight >= 0.0 && weight < 1.0)) return std::nullopt;
     const auto below = static_cast<std::int32_t>(weight * 65536.0);
     for (const std::int32_t multiplier : {below, below + 1}) {
-        // 65536, which 16 bits do not hold, would leave 1 as it is; no weight below 1 does.
+        // 65536, which 16 bits do not hold, would leave 128 as it is; no weight below 1 does.
         if (ScalesAllBytes(weight, multiplier)) {
             return ScaledWeight{.multiplier = static_cast<std::uint16_t>(multiplier),
                                 .isOne = false};

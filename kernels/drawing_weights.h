@@ -13,11 +13,6 @@ namespace zvk::kernels {
 struct ScaledWeight {
     std::uint16_t multiplier;
     bool isOne;
-
-    // trunc(value * w).
-    std::int32_t Scale(std::uint8_t value) const {
-        return isOne ? value : value * multiplier >> 16;
-    }
 };
 
 // The scaled form of a weight, or nothing for one below 0, above 1 or not a number.

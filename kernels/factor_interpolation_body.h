@@ -77,11 +77,13 @@ class FactorReader {
 
     static Floats BlendNumbers(Floats nearNumbers, Floats nearWeights, Floats farNumbers,
                                Floats farWeights) {
-        if constexpr (!fuses)
+        if constexpr (fuses) {
+            const Floats half = Simd::Broadcast(0.5F);
+            const Floats nearSum = Simd::MultiplyAdd(nearNumbers, nearWeights, half);
+            return Simd::MultiplyAdd(farNumbers, farWeights, nearSum);
+        } else {
             return BlendRounded<Simd>(nearNumbers, nearWeights, farNumbers, farWeights);
-        const Floats half = Simd::Broadcast(0.5F);
-        return Simd::MultiplyAdd(farNumbers, farWeights,
-                                 Simd::MultiplyAdd(nearNumbers, nearWeights, half));
+        }
     }
 
     const ColumnInterpolation job_;
@@ -93,8 +95,8 @@ class FactorReader {
 
 template <typename Simd, typename Turns, int factor, bool streams>
 void InterpolateByFactor(const ColumnInterpolation& job) {
-    job.fuses ? FactorReader<Simd, Turns, factor, streams, true>(job).Run()
-              : FactorReader<Simd, Turns, factor, streams, false>(job).Run();
+    job.mayFuse ? FactorReader<Simd, Turns, factor, streams, true>(job).Run()
+                : FactorReader<Simd, Turns, factor, streams, false>(job).Run();
 }
 
 template <typename Simd, typename Turns, int factor>

@@ -31,7 +31,7 @@ struct ColumnInterpolation {
     // How many pixels each one of the line is the left sample of, with weights that repeat, of
     // which the first are 1 and 0; 0 where that varies.
     std::int64_t factor;
-    bool fuses;              // whether any rounding of products and sums will do
+    bool mayFuse;            // whether any rounding of products and sums will do
     std::uint32_t byteMask;  // which bytes of every pixel are written, as bits of its word
     std::uint8_t* destination;
     bool streams;  // whether the result may be stored past the caches

@@ -42,7 +42,7 @@ consteval KernelTable TableOf(InstructionSet level) {
     return {.instructionSet = level,
             .rowLayout = Level::Rows::layout,
             .resampleRows = ResampleRows<typename Level::Rows, FourDoubles>,
-            .blendRows = BlendRows<Simd, Narrow, FourDoubles>,
+            .blendRows = BlendRows<Simd, FourDoubles>,
             .widenRow = WidenRow<Simd>,
             .averageRows =
                 AverageRowsInVectors<Narrow, typename Level::Pixels, typename Level::ShortBoxes>,

@@ -157,7 +157,7 @@ class PlaneReader {
                             .farWeights = job_.farWeights + x,
                             .width = 1,
                             .factor = 0,
-                            .fuses = false,
+                            .mayFuse = false,
                             .byteMask = job_.byteMask,
                             .destination = job_.destination + x * bytesPerPixelWord,
                             .streams = false});

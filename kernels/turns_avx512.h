@@ -12,7 +12,7 @@ namespace {
 
 // For each pixel of what `count` vectors make in turn its place in its own vector, counted on from
 // the first for the second, and for each vector of the result and each of the others which pixels
-// come from there.
+// come from there; of the first two nobody needs to know.
 template <int count>
 struct TurnPlaces {
     static constexpr int pixelCount = 16;

@@ -174,23 +174,18 @@ void ServeInWholes(BoundedList& bounded, const ContributionList& list, float* we
     bounded.denominator = denominator;
 }
 
-// Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
-void SetDecision(BoundedList& bounded, const ContributionList& list, float* weights) {
-    if (bounded.slack != 0.0F) {
-        bounded.decision = DecisionFor(list);
-    } else {
-        ServeInWholes(bounded, list, weights);
-    }
-}
-
 // Chooses the units in which the definition's products add up closely.
 //
-// Their magnitudes add up to less than 2^21 units. Sums of units begin at 3 2^22 and stay within
-// 2^22 of it, where a unit is the last place of single precision: they are exact, and what is left
-// of a product is exact and half a unit at most. A sum takes up to n / 2 + 1 of n entries, whose
-// rows are in two runs at most. With m one more than that, each of the roundings of what is left is
-// below m 2^-25 units, and those of both sums are below m^2 2^-24. What m counts too much is far
-// more than the roundings in double, the definition's included.
+// Before they are rounded, their magnitudes add up to less than 2^21 units. Sums of units begin at
+// 3 2^22. With half a unit more for each of at most `longestBounded` products they stay within 2^22
+// of that, where a unit is the last place of single precision: they are exact, and what is left of
+// a product is exact and half a unit at most.
+//
+// The rows of a list are in two runs at most, since there are places for all of them, and so each
+// of two sums takes up to n / 2 + 1 of n entries. With m one more than that, each rounding of what
+// is left is less than m 2^-25 units, and those of both sums together are less than m^2 2^-24. What
+// m counts too much makes n 2^-24 units and more of that; the roundings in double, the definition's
+// included, make about n 2^-32.
 void SetAnchor(BoundedList& bounded, const ContributionList& list, double magnitude) {
     if (list.entries[list.count - 1].pixel - list.entries[0].pixel != list.count - 1) return;
     constexpr int greatestExponent = 64;
@@ -201,6 +196,14 @@ void SetAnchor(BoundedList& bounded, const ContributionList& list, double magnit
     const double longest = list.count / 2.0 + 2.0;
     bounded.anchor = static_cast<float>(0x3p22 * unit);
     bounded.closeError = static_cast<float>(longest * longest * 0x1p-24 * unit);
+}
+
+// Chooses how the bytes of a list whose bounds are set are decided. `weights` are its own.
+void SetDecision(BoundedList& bounded, const ContributionList& list, double magnitude,
+                 float* weights) {
+    if (bounded.slack == 0.0F) return ServeInWholes(bounded, list, weights);
+    bounded.decision = DecisionFor(list);
+    if (bounded.decision == Decision::ByBounds) SetAnchor(bounded, list, magnitude);
 }
 
 // Has two neighbouring lists name the same rows where serving both together pays: those that only
@@ -248,8 +251,7 @@ void FillBounded(BoundedList& bounded, const ContributionList& list, const RowSp
     }
     if (magnitude <= greatestMagnitude && bounded.count <= longestBounded) {
         SetBounds(bounded, list, magnitude);
-        SetDecision(bounded, list, weights);
-        SetAnchor(bounded, list, magnitude);
+        SetDecision(bounded, list, magnitude, weights);
     } else {
         LeaveOpen(bounded);
     }

@@ -128,7 +128,7 @@ class Enlargement {
         columns_.FillWeights();
         yield.Point();
         rows_.FillWeights();
-        fuses_ = AnyRoundingWillDo(columns_, rows_);
+        mayFuse_ = AnyRoundingWillDo(columns_, rows_);
         yield.Point();
         // What follows needs no more tables; hosts expect a yield here all the same.
         yield.Point();
@@ -165,7 +165,7 @@ class Enlargement {
                                     .farWeights = columns_.farWeights(),
                                     .width = writer.WritableWidth(width_),
                                     .factor = columns_.Factor(),
-                                    .fuses = fuses_,
+                                    .mayFuse = mayFuse_,
                                     .byteMask = byteMask,
                                     .destination = writer.RowAddress(y),
                                     .streams = writer.IsBeyondCaches()});
@@ -177,7 +177,7 @@ class Enlargement {
     InterpolationAxis columns_;
     InterpolationAxis rows_;
     Buffer<float> line_;
-    bool fuses_ = false;
+    bool mayFuse_ = false;
 };
 
 }  // namespace

@@ -1025,7 +1025,8 @@ TEST(BoundedLists, HaveProductsThatAddUpAsCloselyAsTheySay) {
 
 TEST(BoundedLists, HaveNoAnchorWhereRowsAreLeftOutOrWeightsAreOutOfRange) {
     const auto anchorOf = [](float scale, std::int32_t last) {
-        return BoundsOf({{0.31F * scale, 0}, {0.47F * scale, 1}, {0.22F * scale, last}}, scale)
+        return BoundsOf({{0.31F * scale, 0}, {0.47F * scale, 1}, {0.22F * scale, last}},
+                        0.99999994F * scale)
             .anchor;
     };
     EXPECT_NE(anchorOf(1.0F, 2), 0.0F);

@@ -260,7 +260,7 @@ void ScalingRowKernels::CheckInterpolation(std::int64_t sourceWidth, std::int64_
                                 .farWeights = farWeights.data(),
                                 .width = width,
                                 .factor = factor,
-                                .fuses = false,
+                                .mayFuse = false,
                                 .byteMask = mask,
                                 .destination = found.data(),
                                 .streams = random() % 2 == 0};
@@ -338,7 +338,7 @@ TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
                                       .farWeights = farWeights.data(),
                                       .width = width,
                                       .factor = 0,
-                                      .fuses = false,
+                                      .mayFuse = false,
                                       .byteMask = 0xFFFFFFFF,
                                       .destination = found.data(),
                                       .streams = false});
@@ -378,7 +378,7 @@ void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& above,
                                                .farWeights = farWeights.data(),
                                                .width = width,
                                                .factor = factor,
-                                               .fuses = true,
+                                               .mayFuse = true,
                                                .byteMask = 0xFFFFFFFF,
                                                .destination = pixels.data(),
                                                .streams = false});
