@@ -23,9 +23,9 @@ struct SmoothWeights {
     float farOne;
 };
 
-// The weights of a coordinate that lies so many steps of a whole factor behind a sample.
-SmoothWeights SmoothWeightsAt(std::int64_t step, std::int64_t factor) {
-    const float t = static_cast<float>(step) / static_cast<float>(factor);
+// The weights of a coordinate that lies a fraction of a step behind a sample.
+SmoothWeights SmoothWeightsAt(std::int64_t numerator, std::int64_t denominator) {
+    const float t = static_cast<float>(numerator) / static_cast<float>(denominator);
     const float threeSquares = (t * 3.0F) * t;
     const float twoCubes = ((2.0F * t) * t) * t;
     return {.nearOne = (twoCubes - threeSquares) + 1.0F, .farOne = threeSquares - twoCubes};
@@ -301,8 +301,8 @@ TEST_P(ScalingRowKernels, InterpolateByWholeFactorsAlsoWhereTheResultIsNarrower)
 // give another byte.
 TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
     struct Case {
-        float numerator;
-        float denominator;
+        std::int64_t numerator;
+        std::int64_t denominator;
         std::uint8_t nearByte;
         std::uint8_t farByte;
         int expected;
@@ -312,11 +312,9 @@ TEST_P(ScalingRowKernels, AddTheHalfFirstThenTheNearPartThenTheFarOne) {
     for (const Case& item :
          {Case{45, 163, 39, 106, 52}, Case{45, 163, 157, 224, 169}, Case{262, 369, 77, 163, 146},
           Case{262, 369, 157, 243, 226}, Case{161, 324, 126, 18, 73}, Case{279, 310, 126, 1, 5}}) {
-        const float t = item.numerator / item.denominator;
-        const float threeSquares = (t * 3.0F) * t;
-        const float twoCubes = ((2.0F * t) * t) * t;
-        const std::vector<float> nearWeights(width, (twoCubes - threeSquares) + 1.0F);
-        const std::vector<float> farWeights(width, threeSquares - twoCubes);
+        const SmoothWeights weights = SmoothWeightsAt(item.numerator, item.denominator);
+        const std::vector<float> nearWeights(width, weights.nearOne);
+        const std::vector<float> farWeights(width, weights.farOne);
         std::vector<std::uint8_t> row(4 * sourceWidth);
         for (std::size_t byte = 0; byte < row.size(); ++byte)
             row[byte] = byte / 4 % 2 == 0 ? item.nearByte : item.farByte;
@@ -362,9 +360,11 @@ void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& above,
         farWeights.push_back(weights.farOne);
     }
     const SmoothWeights rowWeights = SmoothWeightsAt(rowStep, factor);
+    const bool streams = random() % 2 == 0;
+    const Guard guard = random() % 2 == 0 ? Guard::Before : Guard::Behind;
     const auto enlarge = [&](auto interpolateRows, auto interpolateColumns) {
         std::vector<float> line(static_cast<std::size_t>(4 * (sourceWidth + linePadding)));
-        std::vector<std::uint8_t> pixels(static_cast<std::size_t>(4 * width));
+        GuardedBytes pixels(4 * width, guard);
         interpolateRows(RowInterpolation{.nearRow = above.data(),
                                          .farRow = below.data(),
                                          .nearWeight = rowWeights.nearOne,
@@ -381,8 +381,8 @@ void ScalingRowKernels::CheckEnlargement(const std::vector<std::uint8_t>& above,
                                                .mayFuse = true,
                                                .byteMask = 0xFFFFFFFF,
                                                .destination = pixels.data(),
-                                               .streams = false});
-        return pixels;
+                                               .streams = streams});
+        return std::vector<std::uint8_t>(pixels.data(), pixels.data() + pixels.size());
     };
     ASSERT_EQ(enlarge(kernels().interpolateRows, kernels().interpolateColumns),
               enlarge(InterpolateRows, InterpolateColumns))
