@@ -39,9 +39,6 @@ set(plugin_sources
     scaling/scaling_method.cpp
     scaling/smooth_enlargement.cpp)
 
-# A loop over half of all bytes, worth vectors of its own.
-set_source_files_properties(kernels/drawing_weights.cpp PROPERTIES COMPILE_OPTIONS -O3)
-
 # Kernels are compiled once per level of instruction sets. GCC warns of the deliberately undefined
 # vectors inside its own AVX-512 header.
 set_source_files_properties(kernels/level_baseline.cpp PROPERTIES COMPILE_OPTIONS -O3)

@@ -62,6 +62,12 @@ class DrawnPicture {
                 .mask = mask_ == nullptr ? nullptr : mask_->RowAddress(row)};
     }
 
+    std::int64_t Height() const { return picture_.height; }
+    std::optional<std::int64_t> RowStep() const { return zvk::RowStep(picture_); }
+    bool SharesPixelsWith(const PictureEditor& other) const {
+        return SharesPixels(picture_, other);
+    }
+
   private:
     const PictureEditor& picture_;
     const PictureEditor* mask_;
@@ -81,8 +87,9 @@ bool Overlaps(const std::uint8_t* first, std::int64_t firstSize, const std::uint
 // definition's bytes.
 class RowPainter {
   public:
+    // With `mayJoinRows` nothing happens between one row and the next.
     RowPainter(const PictureEditor& destination, const DrawnPicture& drawn, std::int32_t left,
-               std::int32_t top, const kernels::SampleWeights& weights)
+               std::int32_t top, const kernels::SampleWeights& weights, bool mayJoinRows)
         : destination_(destination),
           drawn_(drawn),
           top_(top),
@@ -93,37 +100,36 @@ class RowPainter {
                .begin = 0,
                .end = 0,
                .destination = nullptr},
-          plain_(drawn.IsMasked() ? std::nullopt : kernels::PlainWeightsFor(weights)) {
+          kernels_(kernels::SelectedKernels()) {
         const std::int64_t sourceWidth = job_.source.width;
         touched_ = Within(left, left + sourceWidth + 1);
         whole_ = Within(
             left + std::int64_t{1},
             left + (drawn.IsMasked() ? std::min(sourceWidth, job_.source.maskWidth) : sourceWidth));
         tables_.Fill(weights, drawn.IsMasked());
+        if (!drawn.IsMasked()) plain_.emplace(weights);
+        if (mayJoinRows && DrawsAllByPlainWeights()) JoinRows();
     }
 
-    void DrawRow(std::int64_t y) {
+    // Draws row `y`, and rows below it that are drawn alike; says how many.
+    std::int64_t DrawFrom(std::int64_t y) {
+        run_.count = joinsRows_ ? RowsAlike(y) : 1;
         const auto row = WrappingSubtract(static_cast<std::int32_t>(y), top_);
         job_.source.above = drawn_.RowAt(WrappingSubtract<std::int32_t>(row, 1));
         job_.source.below = drawn_.RowAt(row);
         job_.destination = destination_.RowAddress(y);
         const bool takesAny =
             job_.source.above.pixels != nullptr || job_.source.below.pixels != nullptr;
-        const bool takesBoth =
-            job_.source.above.pixels != nullptr && job_.source.below.pixels != nullptr;
         if (SharesMemory()) {
             DrawAsDefined({.begin = 0, .end = destination_.width});
         } else if (!takesAny) {
             MakeOpaque({.begin = 0, .end = destination_.width});
         } else {
             MakeOpaque({.begin = 0, .end = touched_.begin});
-            if (plain_ && takesBoth) {
-                DrawPlain(*plain_);
-            } else {
-                DrawWeighted();
-            }
+            DrawTouched();
             MakeOpaque({.begin = touched_.end, .end = destination_.width});
         }
+        return run_.count;
     }
 
   private:
@@ -140,6 +146,40 @@ class RowPainter {
         return {.begin = first, .end = std::clamp(end, first, destination_.width)};
     }
 
+    bool DrawsAllByPlainWeights() const {
+        return plain_ && plain_->withBoth && plain_->withBoth->leftRest &&
+               plain_->withBoth->rightRest && job_.source.width > 0;
+    }
+
+    // Joins rows if they are evenly spaced and share no memory.
+    void JoinRows() {
+        const auto sourceStep = drawn_.RowStep();
+        const auto destinationStep = RowStep(destination_);
+        if (!sourceStep || !destinationStep) return;
+        run_.sourceStep = *sourceStep;
+        run_.destinationStep = *destinationStep;
+        joinsRows_ = HasSeparateRows(destination_) && !drawn_.SharesPixelsWith(destination_);
+    }
+
+    // How many rows from `y` on take samples from as many rows.
+    std::int64_t RowsAlike(std::int64_t y) const {
+        const std::int64_t first = top_;
+        const std::int64_t last = first + drawn_.Height();
+        for (const std::int64_t next : {first, first + 1, last, last + 1}) {
+            if (next > y) return std::min(next, destination_.height) - y;
+        }
+        return destination_.height - y;
+    }
+
+    // The weights of the rows in work.
+    const kernels::PlainWeights* PlainWeights() const {
+        if (!plain_) return nullptr;
+        const auto& weights = job_.source.above.pixels == nullptr   ? plain_->withBelow
+                              : job_.source.below.pixels == nullptr ? plain_->withAbove
+                                                                    : plain_->withBoth;
+        return weights ? &*weights : nullptr;
+    }
+
     // Rows that share memory must be drawn from left to right, pixel by pixel.
     bool SharesMemory() const {
         const std::int64_t size = destination_.width * bytesPerPixelWord;
@@ -154,13 +194,11 @@ class RowPainter {
 
     void MakeOpaque(Columns columns) const {
         if (columns.AreNone()) return;
-        std::uint8_t* pixels = job_.destination + columns.begin * bytesPerPixelWord;
-        kernels::SelectedKernels().copyRow({.source = pixels,
-                                            .sourceOrder = job_.order,
-                                            .destination = pixels,
-                                            .order = job_.order,
-                                            .width = columns.end - columns.begin,
-                                            .streams = false});
+        kernels_.makeRowsOpaque({.pixels = job_.destination + columns.begin * bytesPerPixelWord,
+                                 .order = job_.order,
+                                 .width = columns.end - columns.begin,
+                                 .rowCount = run_.count,
+                                 .rowStep = run_.destinationStep});
     }
 
     // Up to the first whole set, and behind the last one.
@@ -182,19 +220,29 @@ class RowPainter {
         kernels::DrawRow(job_);
     }
 
-    // A column at either end of the source takes half of a set.
-    void DrawPlain(const kernels::PlainWeights& weights) {
+    void DrawTouched() {
+        const kernels::PlainWeights* const weights = PlainWeights();
         // Without columns there are no ends to take from, though one column is touched.
-        if (job_.source.width < 1) return DrawWeighted();
-        if (!SelectColumns(whole_).AreNone())
-            kernels::SelectedKernels().drawPlainRow(job_, weights);
-        if (!SelectColumns(LeftEnd()).AreNone()) kernels::DrawLeftEnd(job_, weights);
-        if (!SelectColumns(RightEnd()).AreNone()) kernels::DrawRightEnd(job_, weights);
+        if (weights != nullptr && job_.source.width > 0) {
+            DrawPlain(*weights);
+        } else {
+            DrawWeighted();
+        }
+    }
+
+    // A row that is not there is replaced by the other one, whose samples then weigh nothing.
+    void DrawPlain(const kernels::PlainWeights& weights) {
+        if (!weights.leftRest) DrawAsDefined(LeftEnd());
+        if (!weights.rightRest) DrawAsDefined(RightEnd());
+        if (job_.source.above.pixels == nullptr) job_.source.above = job_.source.below;
+        if (job_.source.below.pixels == nullptr) job_.source.below = job_.source.above;
+        const Columns columns{.begin = weights.leftRest ? touched_.begin : whole_.begin,
+                              .end = weights.rightRest ? touched_.end : whole_.end};
+        if (!SelectColumns(columns).AreNone()) kernels_.drawPlainRows(job_, weights, run_);
     }
 
     void DrawWeighted() {
-        if (!SelectColumns(whole_).AreNone())
-            kernels::SelectedKernels().drawWeightedRow(job_, tables_);
+        if (!SelectColumns(whole_).AreNone()) kernels_.drawWeightedRow(job_, tables_);
         DrawAsDefined(LeftEnd());
         DrawAsDefined(RightEnd());
     }
@@ -202,13 +250,16 @@ class RowPainter {
     const PictureEditor& destination_;
     const DrawnPicture& drawn_;
     std::int32_t top_;
-    // The row and the columns in work; all else holds for the whole picture.
+    // The first of the rows in work, and the columns; all else holds for the whole picture.
     kernels::RowDrawing job_;
+    kernels::RowRun run_{.count = 1, .sourceStep = 0, .destinationStep = 0};
+    bool joinsRows_ = false;
     // The columns that take anything, and those that take whole sets of samples.
     Columns touched_{};
     Columns whole_{};
-    // For rows that take samples from above and below; the first and the last do not.
-    std::optional<kernels::PlainWeights> plain_;
+    const kernels::KernelTable& kernels_;
+    // Nothing where there is a mask.
+    std::optional<kernels::PlainRows> plain_;
     kernels::WeightTables tables_;
 };
 
@@ -239,11 +290,11 @@ REALboolean DrawPictureF(REALpicture self, REALpicture pic, double x, double y, 
     const FractionalOffset top(y);
     const auto weights = WeightsAt(left.fraction, top.fraction, alpha);
     const DrawnPicture drawn(source, mask ? &maskEditor : nullptr);
-    RowPainter painter(destination, drawn, left.whole, top.whole, weights);
+    RowPainter painter(destination, drawn, left.whole, top.whole, weights, yieldInterval == 0);
     YieldData yielding{.interval = yieldInterval, .last = 0};
     yielding.Point();
-    for (std::int64_t row = 0; row < destination.height; ++row) {
-        painter.DrawRow(row);
+    for (std::int64_t row = 0; row < destination.height;) {
+        row += painter.DrawFrom(row);
         yielding.Point();
     }
     yielding.Point();

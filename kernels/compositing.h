@@ -45,6 +45,13 @@ struct RowDrawing {
     std::uint8_t* destination;  // the row's first pixel
 };
 
+// Rows below each other that are drawn alike, and the distances in bytes from each to the next.
+struct RowRun {
+    std::int64_t count;
+    std::int64_t sourceStep;
+    std::int64_t destinationStep;
+};
+
 // Draws from left to right: a source that shares memory with the destination is read as it has
 // become.
 void DrawRow(const RowDrawing& job);

@@ -1,11 +1,15 @@
-// The vector body of fractional drawing, compiled once per instruction set, for columns whose
-// source pixels are all there and for rows that share no memory with the source.
+// The vector body of fractional drawing, compiled once per instruction set, for rows that share no
+// memory with the source.
 //
 // Exactness: with plain weights, products are truncated by a multiplication that gives trunc(c w)
-// for every byte c; five of them do not overflow 16 bits. With weight tables every product is
+// for every byte c; five of them do not overflow 16 bits. Samples that are not there count as 0,
+// and what a pixel keeps of itself has a weight of its own there, from which theirs were not
+// subtracted. With weight tables all samples of a column are there, and every product is
 // formed in double and truncated as defined, and the remaining weight is subtracted from in the
 // same order.
 #pragma once
+
+#include <type_traits>
 
 #include "kernels/compositing.h"
 #include "kernels/drawing_weights.h"
@@ -39,30 +43,47 @@ class PlainDrawer {
           below_(SamplesAt(job, job.source.below.pixels)),
           destination_(job.destination + job.begin * bytesPerPixelWord),
           size_((job.end - job.begin) * bytesPerPixelWord),
+          hasLeftEnd_(job.begin == job.offset),
+          hasRightEnd_(job.end == job.offset + job.source.width + 1),
           fromOwn_(job.order, job.source.order),
-          toOwn_(job.source.order, job.order),
+          toOwn_(ToOwn(job)),
+          weights_(weights),
           topLeft_(weights.topLeft),
           topRight_(weights.topRight),
           bottomRight_(weights.bottomRight),
           bottomLeft_(weights.bottomLeft),
           rest_(weights.rest) {}
 
-    void Run() const {
-        if (size_ < groupSize) return DrawFew();
-        // The last group may overlap the one before it, and is drawn before that one changes it.
-        const std::int64_t end = size_ - groupSize;
-        const Pixels last = Drawn(above_ + end, below_ + end, destination_ + end);
-        for (std::int64_t offset = 0; offset < end; offset += groupSize) {
-            Words::StorePixels(destination_ + offset,
-                               Drawn(above_ + offset, below_ + offset, destination_ + offset));
+    void Run(const RowRun& rows) {
+        for (std::int64_t y = 0; y < rows.count; ++y) {
+            DrawRow();
+            above_ += rows.sourceStep;
+            below_ += rows.sourceStep;
+            destination_ += rows.destinationStep;
         }
-        Words::StorePixels(destination_ + end, last);
     }
 
   private:
     using Scaler = typename Words::template Scaler<mayBeOne>;
     using Pixels = typename Words::Pixels;
+    using ToOwnOrder = std::conditional_t<isArranged, typename Words::PartedRestoration,
+                                          typename Words::PartedArrangement>;
     static constexpr std::int64_t groupSize = Words::pixelCount * bytesPerPixelWord;
+
+    // The last group may overlap the one before it, and is drawn before that one changes it.
+    void DrawRow() const {
+        if (size_ <= groupSize) return DrawFew();
+        const std::int64_t end = size_ - groupSize;
+        const Pixels last = hasRightEnd_ ? DrawnAtRightEnd(end) : Drawn(end);
+        std::int64_t offset = 0;
+        if (hasLeftEnd_) {
+            Words::StorePixels(destination_, DrawnAtLeftEnd());
+            offset = groupSize;
+        }
+        for (; offset < end; offset += groupSize)
+            Words::StorePixels(destination_ + offset, Drawn(offset));
+        Words::StorePixels(destination_ + end, last);
+    }
 
     // What pixels have taken so far, bytes at even and at odd places.
     struct Sums {
@@ -76,44 +97,126 @@ class PlainDrawer {
             even = even + other.even;
             odd = odd + other.odd;
         }
+        void ReplaceFirst(const Sums& other) {
+            even = even.WithFirst(other.even);
+            odd = odd.WithFirst(other.odd);
+        }
+        void ReplaceLast(const Sums& other) {
+            even = even.WithLast(other.even);
+            odd = odd.WithLast(other.odd);
+        }
     };
 
-    // The left sample of the job's first column in a row.
-    static const std::uint8_t* SamplesAt(const RowDrawing& job, const std::uint8_t* row) {
-        return row + (job.begin - job.offset - 1) * bytesPerPixelWord;
+    // The left and the right samples of a group's pixels in one row.
+    struct Samples {
+        Pixels left;
+        Pixels right;
+    };
+
+    static ToOwnOrder ToOwn(const RowDrawing& job) {
+        if constexpr (isArranged) {
+            return ToOwnOrder(job.order);
+        } else {
+            return ToOwnOrder(job.source.order, job.order);
+        }
     }
 
-    // The pixels of a group.
-    Pixels Drawn(const std::uint8_t* above, const std::uint8_t* below,
-                 const std::uint8_t* destination) const {
-        const Pixels own = Words::LoadPixels(destination);
-        Sums sums(isArranged ? own : fromOwn_(own), rest_);
-        sums.Add(Sums(Words::LoadPixels(above), topLeft_));
-        sums.Add(Sums(Words::LoadPixels(above + bytesPerPixelWord), topRight_));
-        sums.Add(Sums(Words::LoadPixels(below + bytesPerPixelWord), bottomRight_));
-        sums.Add(Sums(Words::LoadPixels(below), bottomLeft_));
+    // The right sample of the job's first column in a row.
+    static const std::uint8_t* SamplesAt(const RowDrawing& job, const std::uint8_t* row) {
+        return row + (job.begin - job.offset) * bytesPerPixelWord;
+    }
+
+    static Samples SamplesOf(const std::uint8_t* rights) {
+        return {.left = Words::LoadPixels(rights - bytesPerPixelWord),
+                .right = Words::LoadPixels(rights)};
+    }
+    // At an end some samples are not there; they count as 0.
+    static Samples LeftEndSamplesOf(const std::uint8_t* rights) {
+        const Pixels right = Words::LoadPixels(rights);
+        return {.left = Words::MovedOn(right), .right = right};
+    }
+    static Samples RightEndSamplesOf(const std::uint8_t* rights) {
+        const Pixels left = Words::LoadPixels(rights - bytesPerPixelWord);
+        return {.left = left, .right = Words::MovedBack(left)};
+    }
+
+    Pixels OwnPixels(const std::uint8_t* place) const {
+        const Pixels own = Words::LoadPixels(place);
+        return isArranged ? own : fromOwn_(own);
+    }
+
+    // A group's pixels, of their samples and of what they keep of themselves.
+    Pixels Blended(const Samples& above, const Samples& below, Sums sums) const {
+        sums.Add(Sums(above.left, topLeft_));
+        sums.Add(Sums(above.right, topRight_));
+        sums.Add(Sums(below.right, bottomRight_));
+        sums.Add(Sums(below.left, bottomLeft_));
         return Words::Unite(sums.even, sums.odd, toOwn_);
     }
 
-    // Draws fewer pixels than a group has, from copies that are long enough.
-    void DrawFew() const {
-        const auto size = static_cast<std::size_t>(size_);
-        std::uint8_t above[groupSize + bytesPerPixelWord] = {};
-        std::uint8_t below[groupSize + bytesPerPixelWord] = {};
-        std::uint8_t pixels[groupSize] = {};
-        __builtin_memcpy(above, above_, size + bytesPerPixelWord);
-        __builtin_memcpy(below, below_, size + bytesPerPixelWord);
-        __builtin_memcpy(pixels, destination_, size);
-        Words::StorePixels(pixels, Drawn(above, below, pixels));
-        __builtin_memcpy(destination_, pixels, size);
+    Pixels Drawn(std::int64_t offset) const {
+        return Blended(SamplesOf(above_ + offset), SamplesOf(below_ + offset),
+                       Sums(OwnPixels(destination_ + offset), rest_));
     }
+    Pixels DrawnAtLeftEnd() const {
+        const Pixels own = OwnPixels(destination_);
+        Sums kept(own, rest_);
+        kept.ReplaceFirst(Sums(own, Scaler(*weights_.leftRest)));
+        return Blended(LeftEndSamplesOf(above_), LeftEndSamplesOf(below_), kept);
+    }
+    Pixels DrawnAtRightEnd(std::int64_t offset) const {
+        const Pixels own = OwnPixels(destination_ + offset);
+        Sums kept(own, rest_);
+        kept.ReplaceLast(Sums(own, Scaler(*weights_.rightRest)));
+        return Blended(RightEndSamplesOf(above_ + offset), RightEndSamplesOf(below_ + offset),
+                       kept);
+    }
+
+    // Draws no more pixels than a group has, from copies that are long enough.
+    void DrawFew() const {
+        const SampleCopy above(*this, above_);
+        const SampleCopy below(*this, below_);
+        std::uint8_t pixels[groupSize] = {};
+        __builtin_memcpy(pixels, destination_, static_cast<std::size_t>(size_));
+        const Pixels own = OwnPixels(pixels);
+        // What a pixel keeps of itself differs at the ends: these are drawn once more.
+        const auto draw = [&](std::int64_t begin, std::int64_t end, const ScaledWeight& rest) {
+            const Pixels drawn =
+                Blended(above.AsSamples(), below.AsSamples(), Sums(own, Scaler(rest)));
+            Words::StorePixels(pixels, drawn);
+            __builtin_memcpy(destination_ + begin, pixels + begin,
+                             static_cast<std::size_t>(end - begin));
+        };
+        draw(0, size_, weights_.rest);
+        if (hasLeftEnd_) draw(0, bytesPerPixelWord, *weights_.leftRest);
+        if (hasRightEnd_) draw(size_ - bytesPerPixelWord, size_, *weights_.rightRest);
+    }
+
+    // The samples of one row for no more pixels than a group has; those that are not there are 0.
+    class SampleCopy {
+      public:
+        SampleCopy(const PlainDrawer& drawer, const std::uint8_t* rights) {
+            const std::int64_t begin = drawer.hasLeftEnd_ ? bytesPerPixelWord : 0;
+            const std::int64_t end = drawer.size_ + (drawer.hasRightEnd_ ? 0 : bytesPerPixelWord);
+            __builtin_memcpy(bytes_ + begin, rights + begin - bytesPerPixelWord,
+                             static_cast<std::size_t>(end - begin));
+        }
+
+        Samples AsSamples() const { return SamplesOf(bytes_ + bytesPerPixelWord); }
+
+      private:
+        std::uint8_t bytes_[groupSize + bytesPerPixelWord] = {};
+    };
 
     const std::uint8_t* above_;
     const std::uint8_t* below_;
     std::uint8_t* destination_;
     std::int64_t size_;
+    bool hasLeftEnd_;
+    bool hasRightEnd_;
     typename Words::PixelArrangement fromOwn_;
-    typename Words::PartedArrangement toOwn_;
+    ToOwnOrder toOwn_;
+    const PlainWeights& weights_;
     Scaler topLeft_;
     Scaler topRight_;
     Scaler bottomRight_;
@@ -215,14 +318,14 @@ class WeightedDrawer {
 };
 
 template <typename Words>
-void DrawPlainRow(const RowDrawing& job, const PlainWeights& weights) {
-    const bool isArranged = job.source.order == job.order;
+void DrawPlainRows(const RowDrawing& first, const PlainWeights& weights, const RowRun& rows) {
+    const bool isArranged = first.source.order == first.order;
     if (weights.HasOne()) {
-        PlainDrawer<Words, true, false>(job, weights).Run();
+        PlainDrawer<Words, true, false>(first, weights).Run(rows);
     } else if (isArranged) {
-        PlainDrawer<Words, false, true>(job, weights).Run();
+        PlainDrawer<Words, false, true>(first, weights).Run(rows);
     } else {
-        PlainDrawer<Words, false, false>(job, weights).Run();
+        PlainDrawer<Words, false, false>(first, weights).Run(rows);
     }
 }
 

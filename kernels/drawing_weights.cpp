@@ -7,22 +7,70 @@
 // fraction may products round to a whole number for one value and not for another, and then there
 // is none; so all values from 128 on are tried. A smaller one is right if twice the value is:
 // doubling a product rounds nothing, and floor(x) is half of floor(2 x), rounded down.
+//
+// Most weights are tried in whole numbers. Let w be m 2^-16 + d 2^-32 and less than 2^-32 more, p
+// be c m modulo 2^16, and q be c d 2^-16, rounded down. In units of 2^-16, c w is then p + q above
+// a whole number, the one that c m truncates to, and less than 1 + 255 / 65536 more. So it
+// truncates to the next one where p + q is at least 65536, and c (m + 1) does where p + c is. Where
+// p + q is 65535 it may or may not, and rounding may decide; then products themselves are tried.
 #include "kernels/drawing_weights.h"
 
 #include <emmintrin.h>
-
-#include <cstring>
 
 namespace zvk::kernels {
 
 namespace {
 
+inline constexpr std::int32_t firstValueTried = 128;
+
+// Which of two neighbouring multipliers are right for all values tried.
+struct Trial {
+    bool isLowerRight;
+    bool isUpperRight;
+};
+
+// Tries the multipliers m and m + 1; nothing if the digits of the weight do not tell.
+std::optional<Trial> TryInWholeNumbers(double weight) {
+    const auto digits = static_cast<std::uint32_t>(static_cast<std::int64_t>(weight * 0x1p32));
+    const __m128i upper = _mm_set1_epi32(static_cast<int>((digits >> 16U) * 0x10001U));
+    const __m128i lower = _mm_set1_epi32(static_cast<int>((digits & 0xFFFFU) * 0x10001U));
+    const __m128i zero = _mm_setzero_si128();
+    __m128i values =
+        _mm_add_epi16(_mm_set1_epi16(firstValueTried), _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7));
+    __m128i doubts = zero;
+    __m128i lowerErrors = zero;
+    __m128i upperErrors = zero;
+    for (std::int32_t value = firstValueTried; value < 256; value += 8) {
+        // What p lacks of 65535, and by how much q and c are more.
+        const __m128i lacks = _mm_xor_si128(_mm_mullo_epi16(values, upper), _mm_set1_epi16(-1));
+        const __m128i parts = _mm_mulhi_epu16(values, lower);
+        const __m128i reached = _mm_subs_epu16(parts, lacks);
+        const __m128i reachedByUpper = _mm_subs_epu16(values, lacks);
+        doubts = _mm_or_si128(doubts, _mm_cmpeq_epi16(parts, lacks));
+        lowerErrors = _mm_or_si128(lowerErrors, reached);
+        upperErrors = _mm_or_si128(upperErrors,
+                                   _mm_and_si128(reachedByUpper, _mm_cmpeq_epi16(reached, zero)));
+        values = _mm_add_epi16(values, _mm_set1_epi16(8));
+    }
+    const auto isZero = [zero](__m128i words) {
+        return _mm_movemask_epi8(_mm_cmpeq_epi16(words, zero)) == 0xFFFF;
+    };
+    if (!isZero(doubts)) return std::nullopt;
+    return Trial{.isLowerRight = isZero(lowerErrors), .isUpperRight = isZero(upperErrors)};
+}
+
 // Without an early exit, which would cost more than it saves where the loop runs in vectors.
-bool ScalesAllBytes(double weight, std::int32_t multiplier) {
+bool ScalesAllBytes(double weight, std::uint32_t multiplier) {
     std::int32_t differences = 0;
-    for (std::int32_t value = 128; value < 256; ++value)
-        differences |= (value * multiplier >> 16) ^ static_cast<std::int32_t>(value * weight);
+    for (std::int32_t value = firstValueTried; value < 256; ++value)
+        differences |= (value * static_cast<std::int32_t>(multiplier) >> 16) ^
+                       static_cast<std::int32_t>(value * weight);
     return differences == 0;
+}
+
+Trial TryProducts(double weight, std::uint32_t lower) {
+    return {.isLowerRight = ScalesAllBytes(weight, lower),
+            .isUpperRight = ScalesAllBytes(weight, lower + 1)};
 }
 
 // The scaled form of what is left to the destination. It adds nothing unless it is above 0.
@@ -30,104 +78,64 @@ std::optional<ScaledWeight> ScaleRest(double remaining) {
     return ScaleWeight(remaining > 0.0 ? remaining : 0.0);
 }
 
-// A column of the source that a pixel takes from, and the weights.
-struct EndColumn {
-    std::int64_t column;
-    ScaledWeight above;
-    ScaledWeight below;
-    ScaledWeight rest;
+// At an end all may remain where nothing else is 1; kernels that multiply by 1 take longer.
+std::optional<ScaledWeight> ScaleEndRest(double remaining) {
+    const auto scaled = ScaleRest(remaining);
+    return scaled && !scaled->IsOne() ? scaled : std::nullopt;
+}
+
+struct ScaledSamples {
+    ScaledWeight topLeft;
+    ScaledWeight topRight;
+    ScaledWeight bottomRight;
+    ScaledWeight bottomLeft;
 };
 
-std::uint32_t LoadPixel(const std::uint8_t* bytes) {
-    std::uint32_t pixel = 0;
-    std::memcpy(&pixel, bytes, sizeof pixel);
-    return pixel;
-}
-
-std::uint32_t Opaque(std::uint32_t pixel, const ChannelOrder& order) {
-    const std::uint32_t fourth = 0xFFU << (8U * order.alpha);
-    return (pixel & ~fourth) | OpaquePixel(order, 0, 0, 0);
-}
-
-// An opaque pixel of another one's colours.
-std::uint32_t Rearranged(std::uint32_t pixel, const ChannelOrder& from, const ChannelOrder& to) {
-    if (from == to) return Opaque(pixel, to);
-    const auto channel = [pixel](std::uint8_t place) {
-        return static_cast<std::uint8_t>(pixel >> (8 * place));
-    };
-    return OpaquePixel(to, channel(from.red), channel(from.green), channel(from.blue));
-}
-
-// The bytes of a pixel as words, each times a weight and truncated.
-__m128i Scaled(std::uint32_t pixel, const ScaledWeight& weight) {
-    const __m128i values =
-        _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(pixel)), _mm_setzero_si128());
-    if (weight.isOne) return values;
-    // As two words: where a compiler keeps a single word in memory, loading it into a vector has to
-    // wait until its store is done.
-    const std::uint32_t twoWords = weight.multiplier * 0x10001U;
-    return _mm_mulhi_epu16(values, _mm_set1_epi32(static_cast<int>(twoWords)));
-}
-
-// Three products are at most 765, so that only the last step clamps.
-void DrawEnd(const RowDrawing& job, const EndColumn& end) {
-    const std::int64_t offset = end.column * bytesPerPixelWord;
-    std::uint8_t* const place = job.destination + job.begin * bytesPerPixelWord;
-    const std::uint32_t own = Rearranged(LoadPixel(place), job.order, job.source.order);
-    const __m128i sums =
-        _mm_add_epi16(_mm_add_epi16(Scaled(LoadPixel(job.source.above.pixels + offset), end.above),
-                                    Scaled(LoadPixel(job.source.below.pixels + offset), end.below)),
-                      Scaled(own, end.rest));
-    const auto drawn = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(sums, sums)));
-    const std::uint32_t pixel = Rearranged(drawn, job.source.order, job.order);
-    std::memcpy(place, &pixel, sizeof pixel);
+// What remains is subtracted from in the order of the samples.
+std::optional<PlainWeights> WithRests(const ScaledSamples& scaled, const SampleWeights& weights) {
+    const auto rest = ScaleRest(
+        (((1.0 - weights.topLeft) - weights.topRight) - weights.bottomRight) - weights.bottomLeft);
+    if (!rest) return std::nullopt;
+    return PlainWeights{.topLeft = scaled.topLeft,
+                        .topRight = scaled.topRight,
+                        .bottomRight = scaled.bottomRight,
+                        .bottomLeft = scaled.bottomLeft,
+                        .rest = *rest,
+                        .leftRest = ScaleEndRest((1.0 - weights.topRight) - weights.bottomRight),
+                        .rightRest = ScaleEndRest((1.0 - weights.topLeft) - weights.bottomLeft)};
 }
 
 }  // namespace
 
 std::optional<ScaledWeight> ScaleWeight(double weight) {
-    if (weight == 1.0) return ScaledWeight{.multiplier = 0, .isOne = true};
-    if (!(weight >= 0.0 && weight < 1.0)) return std::nullopt;
-    const auto below = static_cast<std::int32_t>(weight * 65536.0);
-    for (const std::int32_t multiplier : {below, below + 1}) {
-        // 65536, which 16 bits do not hold, would leave 128 as it is; no weight below 1 does.
-        if (ScalesAllBytes(weight, multiplier)) {
-            return ScaledWeight{.multiplier = static_cast<std::uint16_t>(multiplier),
-                                .isOne = false};
-        }
-    }
+    if (!(weight >= 0.0 && weight <= 1.0)) return std::nullopt;
+    const auto below = static_cast<std::uint32_t>(weight * 65536.0);
+    if (below == weight * 65536.0) return ScaledWeight{below};
+    const auto known = TryInWholeNumbers(weight);
+    const Trial trial = known ? *known : TryProducts(weight, below);
+    if (trial.isLowerRight) return ScaledWeight{below};
+    // 65536 would leave 128 as it is; no weight below 1 does.
+    if (trial.isUpperRight) return ScaledWeight{below + 1};
     return std::nullopt;
 }
 
-// What remains is subtracted from in the order of the samples.
-std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights) {
+PlainRows::PlainRows(const SampleWeights& weights) {
     const auto topLeft = ScaleWeight(weights.topLeft);
     const auto topRight = ScaleWeight(weights.topRight);
     const auto bottomRight = ScaleWeight(weights.bottomRight);
     const auto bottomLeft = ScaleWeight(weights.bottomLeft);
-    if (!topLeft || !topRight || !bottomRight || !bottomLeft) return std::nullopt;
-    const auto rest = ScaleRest(
-        (((1.0 - weights.topLeft) - weights.topRight) - weights.bottomRight) - weights.bottomLeft);
-    const auto leftRest = ScaleRest((1.0 - weights.topRight) - weights.bottomRight);
-    const auto rightRest = ScaleRest((1.0 - weights.topLeft) - weights.bottomLeft);
-    if (!rest) return std::nullopt;
-    return PlainWeights{*topLeft, *topRight, *bottomRight, *bottomLeft, *rest, leftRest, rightRest};
-}
-
-void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights) {
-    if (!weights.leftRest) return DrawRow(job);
-    DrawEnd(job, {.column = 0,
-                  .above = weights.topRight,
-                  .below = weights.bottomRight,
-                  .rest = *weights.leftRest});
-}
-
-void DrawRightEnd(const RowDrawing& job, const PlainWeights& weights) {
-    if (!weights.rightRest) return DrawRow(job);
-    DrawEnd(job, {.column = job.source.width - 1,
-                  .above = weights.topLeft,
-                  .below = weights.bottomLeft,
-                  .rest = *weights.rightRest});
+    constexpr ScaledWeight none{.multiplier = 0};
+    if (topLeft && topRight && bottomRight && bottomLeft) {
+        withBoth = WithRests({*topLeft, *topRight, *bottomRight, *bottomLeft}, weights);
+    }
+    if (topLeft && topRight) {
+        withAbove = WithRests({*topLeft, *topRight, none, none},
+                              {weights.topLeft, weights.topRight, 0.0, 0.0});
+    }
+    if (bottomRight && bottomLeft) {
+        withBelow = WithRests({none, none, *bottomRight, *bottomLeft},
+                              {0.0, 0.0, weights.bottomRight, weights.bottomLeft});
+    }
 }
 
 void WeightTables::Fill(const SampleWeights& weights, bool isMasked) {

@@ -8,41 +8,45 @@
 
 namespace zvk::kernels {
 
-// A weight w from 0 to 1 such that trunc(c * w), for every byte c, is the upper half of the product
-// c * multiplier, or c itself where `isOne`.
+// A weight w from 0 to 1 such that trunc(c * w), for every byte c, is c * multiplier / 65536,
+// rounded down.
 struct ScaledWeight {
-    std::uint16_t multiplier;
-    bool isOne;
+    std::uint32_t multiplier;
+
+    // Whether it is 65536, which 16 bits do not hold.
+    bool IsOne() const { return multiplier == 65536; }
 };
 
 // The scaled form of a weight, or nothing for one below 0, above 1 or not a number.
 std::optional<ScaledWeight> ScaleWeight(double weight);
 
-// The weights of the pixels of a row that takes samples from above and below.
+// The weights of the pixels of a row.
 struct PlainWeights {
     ScaledWeight topLeft;
     ScaledWeight topRight;
     ScaledWeight bottomRight;
     ScaledWeight bottomLeft;
-    ScaledWeight rest;  // of the destination's own pixel, where it takes all four samples
+    ScaledWeight rest;  // of the destination's own pixel, where it takes left and right samples
     // The same at the source's left end, where it takes the right samples, and at its right end,
-    // where it takes the left ones; these may have no scaled form.
+    // where it takes the left ones; these may have no scaled form, and are never 1.
     std::optional<ScaledWeight> leftRest;
     std::optional<ScaledWeight> rightRest;
 
     bool HasOne() const {
-        return topLeft.isOne || topRight.isOne || bottomRight.isOne || bottomLeft.isOne ||
-               rest.isOne;
+        return topLeft.IsOne() || topRight.IsOne() || bottomRight.IsOne() || bottomLeft.IsOne() ||
+               rest.IsOne();
     }
 };
 
-// The scaled forms of weights; nothing if any has none that must.
-std::optional<PlainWeights> PlainWeightsFor(const SampleWeights& weights);
+// The scaled forms of weights; nothing for rows of which any weight has none that must.
+struct PlainRows {
+    explicit PlainRows(const SampleWeights& weights);
 
-// Draws column `job.begin` of a row that takes samples from above and below, where it is the one
-// that takes only the right samples or only the left ones, and the rows share no memory.
-void DrawLeftEnd(const RowDrawing& job, const PlainWeights& weights);
-void DrawRightEnd(const RowDrawing& job, const PlainWeights& weights);
+    std::optional<PlainWeights> withBoth;
+    // For rows that take samples from above only and from below only; the others weigh nothing.
+    std::optional<PlainWeights> withAbove;
+    std::optional<PlainWeights> withBelow;
+};
 
 // The weights of every mask value; without a mask only the first, of value 0, is used.
 struct WeightTables {

@@ -75,6 +75,15 @@ struct RowCopying {
     bool streams;        // whether the result is stored past the caches
 };
 
+// Rows to be made opaque in their place, evenly spaced.
+struct RowOpaquing {
+    std::uint8_t* pixels;  // the first row
+    ChannelOrder order;
+    std::int64_t width;  // in pixels
+    std::int64_t rowCount;
+    std::int64_t rowStep;  // bytes from a row to the next
+};
+
 // Bytes that are read from a row at once.
 inline constexpr std::int64_t rowPadding = 64;
 
@@ -101,13 +110,16 @@ struct KernelTable {
     void (*addToLongSums)(const LongSumming& job);
     void (*blurColumnsLong)(const LongColumnBlurring& job);
     void (*blurRowLong)(const LongRowBlurring& job);
-    // Fractional drawing over columns whose source pixels all lie inside the source and its mask,
-    // for rows that share no memory with them. With plain weights both rows of the source are there
-    // and nothing is masked.
-    void (*drawPlainRow)(const RowDrawing& job, const PlainWeights& weights);
+    // Fractional drawing over columns whose samples all lie inside the source and its mask, for
+    // rows that share no memory with them.
     void (*drawWeightedRow)(const RowDrawing& job, const WeightTables& weights);
+    // The same without a mask, for a row and those below it, also over the columns at the source's
+    // ends if these have weights. Both rows of the source are to be there; one of them may weigh
+    // nothing.
+    void (*drawPlainRows)(const RowDrawing& first, const PlainWeights& weights, const RowRun& rows);
     // Copies pixels and makes them opaque.
     void (*copyRow)(const RowCopying& job);
+    void (*makeRowsOpaque)(const RowOpaquing& job);
 };
 
 // The tables of each level; only the levels that the machine offers may be called.

@@ -11,6 +11,7 @@
 #include "kernels/interpolation_body.h"
 #include "kernels/kernel_table.h"
 #include "kernels/long_blur_body.h"
+#include "kernels/opaque_body.h"
 #include "kernels/planar_interpolation_body.h"
 #include "kernels/row_resampling_body.h"
 
@@ -54,9 +55,10 @@ consteval KernelTable TableOf(InstructionSet level) {
             .addToLongSums = AddToLongSums,
             .blurColumnsLong = BlurColumnsLong<Narrow, FourDoubles>,
             .blurRowLong = BlurRowLong<Narrow, FourDoubles>,
-            .drawPlainRow = DrawPlainRow<Words>,
             .drawWeightedRow = DrawWeightedRow<Narrow, FourDoubles>,
-            .copyRow = CopyRow<Simd, Narrow>};
+            .drawPlainRows = DrawPlainRows<Words>,
+            .copyRow = CopyRow<Simd, Narrow>,
+            .makeRowsOpaque = MakeRowsOpaque<Simd, Narrow>};
 }
 
 }  // namespace

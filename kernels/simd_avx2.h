@@ -179,6 +179,7 @@ struct Avx2 {
     using ColourArrangement = ColourShuffle<Arrangement>;
 
     using PartedArrangement = PartedShuffle<Arrangement>;
+    using PartedRestoration = PartedRestorationShuffle<Arrangement>;
 };
 
 }  // namespace

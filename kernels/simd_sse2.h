@@ -240,6 +240,23 @@ struct Sse2 {
       private:
         Arrangement arrange_;
     };
+
+    // The same where channels stay where they are.
+    class PartedRestoration {
+      public:
+        explicit PartedRestoration(const ChannelOrder& order)
+            : opaque_(_mm_set1_epi32(static_cast<int>(OpaquePixel(order, 0, 0, 0)))),
+              fourth_(_mm_set1_epi32(static_cast<int>(0xFFU << (8U * order.alpha)))) {}
+
+        Bytes operator()(Bytes parted) const {
+            const __m128i pixels = _mm_unpacklo_epi8(parted, _mm_srli_si128(parted, 8));
+            return _mm_or_si128(_mm_andnot_si128(fourth_, pixels), opaque_);
+        }
+
+      private:
+        __m128i opaque_;
+        __m128i fourth_;
+    };
 };
 
 }  // namespace

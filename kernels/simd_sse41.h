@@ -40,6 +40,12 @@ inline __m128i PartedShufflePattern(const ChannelOrder& from, const ChannelOrder
     return ShufflePattern(parted, to, 2);
 }
 
+// The same where channels stay where they are.
+inline __m128i PartedRestorationPattern(const ChannelOrder& order) {
+    const __m128i none = _mm_set1_epi32(static_cast<int>(0x80U << (8U * order.alpha)));
+    return _mm_or_si128(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15), none);
+}
+
 // Arrangements, made of one that takes its pattern, for pixels that lie in these other ways.
 template <typename Shuffle>
 class ColourShuffle : public Shuffle {
@@ -51,6 +57,12 @@ class PartedShuffle : public Shuffle {
   public:
     PartedShuffle(const ChannelOrder& from, const ChannelOrder& to)
         : Shuffle(PartedShufflePattern(from, to), to) {}
+};
+template <typename Shuffle>
+class PartedRestorationShuffle : public Shuffle {
+  public:
+    explicit PartedRestorationShuffle(const ChannelOrder& order)
+        : Shuffle(PartedRestorationPattern(order), order) {}
 };
 
 struct Sse41 : Sse2 {
@@ -127,6 +139,7 @@ struct Sse41 : Sse2 {
     using ColourArrangement = ColourShuffle<Arrangement>;
 
     using PartedArrangement = PartedShuffle<Arrangement>;
+    using PartedRestoration = PartedRestorationShuffle<Arrangement>;
 };
 
 }  // namespace

@@ -15,6 +15,7 @@ struct WideWords {
     using Pixels = __m256i;
     using PixelArrangement = Avx2::Arrangement;
     using PartedArrangement = Avx2::PartedArrangement;
+    using PartedRestoration = Avx2::PartedRestoration;
     static constexpr std::int64_t pixelCount = 8;
 
     static Pixels LoadPixels(const std::uint8_t* pixels) { return Avx2::LoadAll(pixels); }
@@ -24,8 +25,26 @@ struct WideWords {
     }
     static WideWords OddBytes(Pixels pixels) { return {_mm256_srli_epi16(pixels, 8)}; }
     // Clamps both to bytes and puts them together again.
-    static Pixels Unite(WideWords even, WideWords odd, const PartedArrangement& arrange) {
+    template <typename Arrange>
+    static Pixels Unite(WideWords even, WideWords odd, const Arrange& arrange) {
         return arrange(Pack(even, odd));
+    }
+
+    // Each pixel one place on or back; what comes in is 0.
+    static Pixels MovedOn(Pixels pixels) {
+        const __m256i lowerHalfAbove = _mm256_permute2x128_si256(pixels, pixels, 0x08);
+        return _mm256_alignr_epi8(pixels, lowerHalfAbove, 12);
+    }
+    static Pixels MovedBack(Pixels pixels) {
+        const __m256i upperHalfBelow = _mm256_permute2x128_si256(pixels, pixels, 0x81);
+        return _mm256_alignr_epi8(upperHalfBelow, pixels, 4);
+    }
+    // These words, but other ones in the first or in the last pixel.
+    WideWords WithFirst(WideWords other) const {
+        return {_mm256_blend_epi32(words, other.words, 0x01)};
+    }
+    WideWords WithLast(WideWords other) const {
+        return {_mm256_blend_epi32(words, other.words, 0x80)};
     }
 
     // Clamps two sets to bytes: the first halves of both in the lower half, then the others.
@@ -62,7 +81,7 @@ struct WideWords {
       public:
         explicit Scaler(const ScaledWeight& weight)
             : multiplier_(_mm256_set1_epi16(static_cast<std::int16_t>(weight.multiplier))),
-              one_(_mm256_set1_epi16(weight.isOne ? -1 : 0)) {}
+              one_(_mm256_set1_epi16(weight.IsOne() ? -1 : 0)) {}
 
         WideWords operator()(WideWords values) const {
             const __m256i products = _mm256_mulhi_epu16(values.words, multiplier_);

@@ -19,6 +19,7 @@ struct WordPair {
         __m128i high;
     };
     using PartedArrangement = typename Simd::PartedArrangement;
+    using PartedRestoration = typename Simd::PartedRestoration;
     static constexpr std::int64_t pixelCount = 8;
 
     class PixelArrangement {
@@ -48,9 +49,27 @@ struct WordPair {
         return {_mm_srli_epi16(pixels.low, 8), _mm_srli_epi16(pixels.high, 8)};
     }
     // Clamps both to bytes and puts them together again.
-    static Pixels Unite(WordPair even, WordPair odd, const PartedArrangement& arrange) {
+    template <typename Arrange>
+    static Pixels Unite(WordPair even, WordPair odd, const Arrange& arrange) {
         const Pixels parted = Pack(even, odd);
         return {arrange(parted.low), arrange(parted.high)};
+    }
+
+    // Each pixel one place on or back; what comes in is 0.
+    static Pixels MovedOn(Pixels pixels) {
+        return {_mm_slli_si128(pixels.low, 4),
+                _mm_or_si128(_mm_slli_si128(pixels.high, 4), _mm_srli_si128(pixels.low, 12))};
+    }
+    static Pixels MovedBack(Pixels pixels) {
+        return {_mm_or_si128(_mm_srli_si128(pixels.low, 4), _mm_slli_si128(pixels.high, 12)),
+                _mm_srli_si128(pixels.high, 4)};
+    }
+    // These words, but other ones in the first or in the last pixel.
+    WordPair WithFirst(WordPair other) const {
+        return {Where(_mm_setr_epi32(-1, 0, 0, 0), other.low, low), high};
+    }
+    WordPair WithLast(WordPair other) const {
+        return {low, Where(_mm_setr_epi32(0, 0, 0, -1), other.high, high)};
     }
 
     // Clamps two sets to bytes: the first halves of both in the lower half, then the others.
@@ -101,7 +120,7 @@ struct WordPair {
       public:
         explicit Scaler(const ScaledWeight& weight)
             : multiplier_(_mm_set1_epi16(static_cast<std::int16_t>(weight.multiplier))),
-              one_(_mm_set1_epi16(weight.isOne ? -1 : 0)) {}
+              one_(_mm_set1_epi16(weight.IsOne() ? -1 : 0)) {}
 
         WordPair operator()(WordPair values) const {
             return {Scale(values.low), Scale(values.high)};
@@ -120,6 +139,10 @@ struct WordPair {
         __m128i multiplier_;
         __m128i one_;
     };
+
+    static __m128i Where(__m128i mask, __m128i words, __m128i others) {
+        return _mm_or_si128(_mm_and_si128(mask, words), _mm_andnot_si128(mask, others));
+    }
 
     class Divider {
       public:

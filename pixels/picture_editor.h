@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 #include "hostapi/host_records.h"
 #include "hostapi/host_types.h"
@@ -89,6 +90,9 @@ class PictureEditor {
     bool HoldPicture(REALpicture subject);
     void TakeRows(std::uint8_t* rows);
 };
+
+// The distance in bytes from each row of an attached picture to the next, or nothing if it differs.
+std::optional<std::int64_t> RowStep(const PictureEditor& editor);
 
 // Whether any row of two attached pictures has bytes in common. A host may hand out a picture whose
 // memory another one uses too; what is written to it then changes what is read.

@@ -1,6 +1,7 @@
 // The search for memory that two pictures share, or rows of one.
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 #include "pixels/picture_editor.h"
 
@@ -21,12 +22,17 @@ Extent RowExtent(const PictureEditor& editor, std::int64_t y) {
     return {begin, begin + static_cast<std::uintptr_t>(editor.width * bytesPerPixelWord)};
 }
 
+Extent Joined(const Extent& first, const Extent& second) {
+    return {std::min(first.begin, second.begin), std::max(first.end, second.end)};
+}
+
 // From the lowest to the highest address of any row.
 Extent WholeExtent(const PictureEditor& editor) {
     Extent whole = RowExtent(editor, 0);
+    if (RowStep(editor) && editor.height > 0)
+        return Joined(whole, RowExtent(editor, editor.height - 1));
     for (std::int64_t y = 1; y < editor.height; ++y) {
-        const Extent row = RowExtent(editor, y);
-        whole = {std::min(whole.begin, row.begin), std::max(whole.end, row.end)};
+        whole = Joined(whole, RowExtent(editor, y));
     }
     return whole;
 }
@@ -40,6 +46,19 @@ bool AnyRowMeets(const PictureEditor& editor, const Extent& extent) {
 
 }  // namespace
 
+std::optional<std::int64_t> RowStep(const PictureEditor& editor) {
+    if (editor.pixelFormat != PixelFormat::Console) return editor.rowBytes;
+    const auto distance = [&editor](std::int64_t y) {
+        return reinterpret_cast<std::uintptr_t>(editor.rowTable[y + 1]) -
+               reinterpret_cast<std::uintptr_t>(editor.rowTable[y]);
+    };
+    if (editor.height < 2) return 0;
+    for (std::int64_t y = 1; y + 1 < editor.height; ++y) {
+        if (distance(y) != distance(0)) return std::nullopt;
+    }
+    return static_cast<std::int64_t>(distance(0));
+}
+
 // Most pictures lie apart as wholes; only rows within the other's extent are compared one by one.
 bool SharesPixels(const PictureEditor& first, const PictureEditor& second) {
     const Extent firstWhole = WholeExtent(first);
@@ -52,6 +71,9 @@ bool SharesPixels(const PictureEditor& first, const PictureEditor& second) {
 }
 
 bool HasSeparateRows(const PictureEditor& editor) {
+    if (editor.height < 2) return true;
+    const std::int64_t rowSize = editor.width * bytesPerPixelWord;
+    if (const auto step = RowStep(editor)) return *step >= rowSize || *step <= -rowSize;
     bool ascends = true;
     bool descends = true;
     for (std::int64_t y = 1; y < editor.height; ++y) {

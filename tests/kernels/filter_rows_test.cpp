@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "kernels/box_blur.h"
@@ -56,6 +58,13 @@ TEST(ScaledWeights, TruncateEveryProductAsTheWeightDoes) {
         weights.push_back(std::nextafter(fraction / 254.0, 0.0));
         if (fraction < 254) weights.push_back(std::nextafter(fraction / 254.0, 2.0));
     }
+    // Positions and opacities that people write down.
+    for (int step = 0; step < 1000; ++step) {
+        const double x = step % 10 * 0.1;
+        const double y = (step / 10 % 10) * 0.1;
+        const int alphaTenths = step / 100;
+        weights.push_back((x * y) * (alphaTenths * 0.1));
+    }
     for (int i = 0; i < 2000; ++i) {
         weights.push_back(std::generate_canonical<double, 53>(random));
     }
@@ -68,11 +77,11 @@ TEST(ScaledWeights, TruncateEveryProductAsTheWeightDoes) {
         }
         ++scaledCount;
         for (int value = 0; value < 256; ++value) {
-            const int product = scaled->isOne ? value : value * scaled->multiplier >> 16;
+            const int product = value * static_cast<int>(scaled->multiplier) >> 16;
             ASSERT_EQ(product, static_cast<int>(value * weight)) << weight;
         }
     }
-    EXPECT_GT(scaledCount, 2500) << "only where products round to whole numbers there is none";
+    EXPECT_GT(scaledCount, 2900) << "only where products round to whole numbers there is none";
 }
 
 TEST(WeightTables, HoldWeightsAsTheyAreWithoutAMask) {
@@ -102,6 +111,13 @@ class FilterRowKernels : public EveryLevel {
     void CheckBlur(std::int64_t width, std::int32_t radius, std::int32_t rowCount);
     void CheckLongBlur(std::int64_t width, std::int32_t radius);
     void CheckDrawing(std::int64_t width, const SampleWeights& weights, bool isMasked);
+
+    // Which ends of the source are among the columns drawn.
+    struct Ends {
+        bool left;
+        bool right;
+    };
+    int CheckPlainDrawing(std::int64_t columnCount, Ends ends, const SampleWeights& weights);
 
     std::mt19937 random{17};
 };
@@ -331,21 +347,16 @@ void FilterRowKernels::CheckDrawing(std::int64_t width, const SampleWeights& wei
 
         GuardedBytes found(4 * width);
         job.destination = found.data();
-        const auto check = [&](const char* kernel) {
+        const auto check = [&] {
             ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()),
                       expected)
-                << kernel << " width " << width << " rows " << rows;
+                << "width " << width << " rows " << rows;
         };
         std::copy(original.data(), original.data() + original.size(), found.data());
         auto tables = std::make_unique<WeightTables>();
         tables->Fill(weights, isMasked);
         kernels().drawWeightedRow(job, *tables);
-        check("weighted");
-        const auto plain = PlainWeightsFor(weights);
-        if (isMasked || rows != 3U || !plain) continue;
-        std::copy(original.data(), original.data() + original.size(), found.data());
-        kernels().drawPlainRow(job, *plain);
-        check("plain");
+        check();
     }
 }
 
@@ -370,65 +381,125 @@ TEST_P(FilterRowKernels, DrawEveryWidthAndAnyWeightsAndTouchNothingElse) {
     }
 }
 
-// Draws the columns before the first and behind the last pixel of a source.
-void CheckEnds(std::int64_t width, const SampleWeights& weights, std::mt19937& random) {
-    const auto plain = PlainWeightsFor(weights);
-    if (!plain) return;
-    GuardedBytes above(4 * width);
-    GuardedBytes below(4 * width, Guard::Before);
-    above.FillRandomly(random);
-    below.FillRandomly(random);
-    GuardedBytes found(4 * (width + 1));
-    // White takes what is left of sums beyond 255.
-    if (random() % 2 == 0) {
-        found.FillWith(255);
-    } else {
-        found.FillRandomly(random);
+// Rows in guarded memory, one behind the other or one before the other, with gaps between them.
+struct GuardedRows {
+    std::int64_t count;
+    std::int64_t size;
+    std::int64_t step;
+    GuardedBytes bytes;
+
+    GuardedRows(std::int64_t rowCount, std::int64_t rowSize, std::mt19937& random)
+        : count(rowCount),
+          size(rowSize),
+          step((rowSize + static_cast<std::int64_t>(random() % 9)) * (random() % 2 == 0 ? 1 : -1)),
+          bytes((rowCount - 1) * std::abs(step) + rowSize,
+                random() % 2 == 0 ? Guard::Before : Guard::Behind) {
+        bytes.FillRandomly(random);
     }
-    std::vector<std::uint8_t> expected(found.data(), found.data() + found.size());
-    RowDrawing job{.source = {.above = {.pixels = above.data(), .mask = nullptr},
-                              .below = {.pixels = below.data(), .mask = nullptr},
-                              .order = testing::orders[random() % 3],
-                              .width = width,
-                              .maskByte = 0,
-                              .maskWidth = 0},
-                   .offset = 0,
-                   .weights = weights,
-                   .order = testing::orders[random() % 3],
-                   .begin = 0,
-                   .end = 1,
-                   .destination = found.data()};
-    DrawLeftEnd(job, *plain);
-    job.destination = expected.data();
-    DrawRow(job);
-    job.begin = width;
-    job.end = width + 1;
-    DrawRow(job);
-    job.destination = found.data();
-    DrawRightEnd(job, *plain);
-    ASSERT_EQ(std::vector<std::uint8_t>(found.data(), found.data() + found.size()), expected);
+
+    std::uint8_t* First() { return bytes.data() + (step < 0 ? (1 - count) * step : 0); }
+    std::vector<std::uint8_t> Content() { return {bytes.data(), bytes.data() + bytes.size()}; }
+    void Fill(const std::vector<std::uint8_t>& content) {
+        std::copy(content.begin(), content.end(), bytes.data());
+    }
+};
+
+// Draws columns of some rows by plain weights, for every choice of samples that are there; says how
+// often.
+int FilterRowKernels::CheckPlainDrawing(std::int64_t columnCount, Ends ends,
+                                        const SampleWeights& weights) {
+    const std::int64_t sourceWidth = columnCount + 1 - (ends.left ? 1 : 0) - (ends.right ? 1 : 0);
+    if (sourceWidth < 1) return 0;
+    const auto begin = static_cast<std::int64_t>(random() % 3);
+    const auto rowCount = static_cast<std::int64_t>(1 + random() % 3);
+    GuardedRows source(rowCount + 1, 4 * sourceWidth, random);
+    GuardedRows drawn(rowCount, 4 * (begin + columnCount), random);
+    // White takes what is left of sums beyond 255.
+    if (random() % 2 == 0) drawn.bytes.FillWith(255);
+    const std::vector<std::uint8_t> original = drawn.Content();
+    const PlainRows plain(weights);
+    int drawnCount = 0;
+    for (const auto& [of, hasAbove, hasBelow] :
+         {std::tuple(&plain.withAbove, true, false), std::tuple(&plain.withBelow, false, true),
+          std::tuple(&plain.withBoth, true, true)}) {
+        if (!*of || (ends.left && !(*of)->leftRest) || (ends.right && !(*of)->rightRest)) continue;
+        const PixelRow above{.pixels = source.First(), .mask = nullptr};
+        const PixelRow below{.pixels = source.First() + source.step, .mask = nullptr};
+        const RowDrawing first{.source = {.above = hasAbove ? above : below,
+                                          .below = hasBelow ? below : above,
+                                          .order = testing::orders[random() % 3],
+                                          .width = sourceWidth,
+                                          .maskByte = 0,
+                                          .maskWidth = 0},
+                               .offset = static_cast<std::int32_t>(begin) - (ends.left ? 0 : 1),
+                               .weights = weights,
+                               .order = testing::orders[random() % 3],
+                               .begin = begin,
+                               .end = begin + columnCount,
+                               .destination = drawn.First()};
+        drawn.Fill(original);
+        for (std::int64_t y = 0; y < rowCount; ++y) {
+            RowDrawing job = first;
+            job.destination += y * drawn.step;
+            job.source.above.pixels = hasAbove ? above.pixels + y * source.step : nullptr;
+            job.source.below.pixels = hasBelow ? below.pixels + y * source.step : nullptr;
+            DrawRow(job);
+        }
+        const std::vector<std::uint8_t> expected = drawn.Content();
+        drawn.Fill(original);
+        kernels().drawPlainRows(
+            first, **of,
+            {.count = rowCount, .sourceStep = source.step, .destinationStep = drawn.step});
+        EXPECT_EQ(drawn.Content(), expected) << columnCount << " columns, ends " << ends.left
+                                             << ends.right << ", samples " << hasAbove << hasBelow;
+        ++drawnCount;
+    }
+    return drawnCount;
 }
 
-// With these weights what remains is a multiple of 1 / 255, or just misses one.
-TEST(PlainWeights, DrawTheEndsOfARowAsTheDefinitionDoes) {
-    std::mt19937 random(7);
-    for (std::int64_t step = 0; step < 256; ++step) {
-        const double fx = static_cast<double>(step) / 255.0;
-        for (int pass = 0; pass < 8; ++pass) {
-            const auto fy = std::generate_canonical<double, 53>(random);
-            const std::int64_t width = 1 + step % 40;
-            for (const double alpha : {1.0, 0.0, 0.5}) {
-                CheckEnds(width, WeightsOf(fx, fy, alpha), random);
-                CheckEnds(width, WeightsOf(fy, fx, alpha), random);
+TEST_P(FilterRowKernels, DrawEveryNumberOfColumnsAndTheirEndsByPlainWeights) {
+    for (const Ends ends :
+         {Ends{false, false}, Ends{true, false}, Ends{false, true}, Ends{true, true}}) {
+        int drawnCount = 0;
+        for (std::int64_t columnCount = 1; columnCount <= 70; ++columnCount) {
+            for (int pass = 0; pass < 4; ++pass) {
+                const auto fx = std::generate_canonical<double, 53>(random);
+                const auto fy = std::generate_canonical<double, 53>(random);
+                // With the last of these, what remains is a multiple of 1 / 255 or just misses one.
+                const double nearEdge = static_cast<double>(random() % 256) / 255.0;
+                for (const SampleWeights& weights :
+                     {WeightsOf(fx, fy, 1.0), WeightsOf(fx, fy, 0.0), WeightsOf(fx, fy, 0.5),
+                      WeightsOf(0.25, 0.5, 1.0), WeightsOf(0.0, 0.0, 1.0), WeightsOf(0.0, fy, 1.0),
+                      WeightsOf(fx, 0.0, fy), WeightsOf(nearEdge, fy, 1.0),
+                      WeightsOf(fx, nearEdge, 1.0)}) {
+                    drawnCount += CheckPlainDrawing(columnCount, ends, weights);
+                }
             }
         }
+        EXPECT_GT(drawnCount, 69 * 4 * 9) << "most weights have scaled forms";
     }
 }
 
 TEST(PlainWeights, ServeAlsoWhereWhatRemainsAtAnEndHasNoScaledForm) {
-    const auto plain = PlainWeightsFor(WeightsOf(0.2, 0.3, 1.0));
-    ASSERT_TRUE(plain.has_value());
-    EXPECT_FALSE(plain->leftRest.has_value() && plain->rightRest.has_value());
+    const PlainRows plain(WeightsOf(0.2, 0.3, 1.0));
+    ASSERT_TRUE(plain.withBoth.has_value());
+    EXPECT_FALSE(plain.withBoth->leftRest.has_value() && plain.withBoth->rightRest.has_value());
+}
+
+TEST(PlainWeights, AreNotOneOnlyAtAnEnd) {
+    const PlainRows plain(WeightsOf(0.0, 0.3, 0.7));
+    ASSERT_TRUE(plain.withBoth.has_value());
+    EXPECT_FALSE(plain.withBoth->HasOne());
+    EXPECT_TRUE(plain.withBoth->leftRest.has_value());
+    EXPECT_FALSE(plain.withBoth->rightRest.has_value()) << "all remains there";
+}
+
+TEST(PlainWeights, ServeOneRowOfSamplesWhereTheOtherHasNoScaledForm) {
+    const PlainRows plain(
+        {.topLeft = -0.5, .topRight = 0.0, .bottomRight = 0.25, .bottomLeft = 0.25});
+    EXPECT_FALSE(plain.withBoth.has_value());
+    EXPECT_FALSE(plain.withAbove.has_value());
+    EXPECT_TRUE(plain.withBelow.has_value());
 }
 
 TEST_P(FilterRowKernels, CopyRowsOfEveryWidthToEveryOrderAndTouchNothingElse) {
@@ -480,32 +551,46 @@ TEST_P(FilterRowKernels, CopyRowsThatBeginBetweenPixels) {
 }
 
 TEST_P(FilterRowKernels, MakeRowsOpaqueInTheirPlace) {
-    for (std::int64_t width = 1; width <= 70; ++width) {
+    for (std::int64_t width = 1; width <= 150; ++width) {
         for (const ChannelOrder& order : testing::orders) {
-            GuardedBytes row(4 * width, width % 2 ? Guard::Behind : Guard::Before);
-            row.FillRandomly(random);
-            std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
-            for (std::size_t x = 0; x < expected.size(); x += 4)
-                expected[x + order.alpha] = order.opaque;
-            kernels().copyRow({row.data(), order, row.data(), order, width, false});
-            ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected);
+            GuardedRows rows(1 + width % 4, 4 * width, random);
+            std::uint8_t* const original = rows.First();
+            const std::vector<std::uint8_t> found = rows.Content();
+            for (std::int64_t y = 0; y < rows.count; ++y) {
+                for (std::int64_t x = 0; x < width; ++x)
+                    original[y * rows.step + 4 * x + order.alpha] = order.opaque;
+            }
+            const std::vector<std::uint8_t> expected = rows.Content();
+            rows.Fill(found);
+            kernels().makeRowsOpaque({.pixels = rows.First(),
+                                      .order = order,
+                                      .width = width,
+                                      .rowCount = rows.count,
+                                      .rowStep = rows.step});
+            ASSERT_EQ(rows.Content(), expected) << "width " << width;
         }
     }
 }
 
 TEST_P(FilterRowKernels, FindTheOnePixelOfARowThatIsNotOpaque) {
-    constexpr std::int64_t width = 150;
-    for (const ChannelOrder& order : testing::orders) {
-        GuardedBytes row(4 * width);
-        row.FillRandomly(random);
-        for (std::int64_t x = 0; x < width; ++x)
-            row.data()[4 * x + order.alpha] = order.opaque;
-        const std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
-        for (std::int64_t x = 0; x < width; ++x) {
-            for (const unsigned flaw : {0x01U, 0x80U, 0xFFU}) {
-                row.data()[4 * x + order.alpha] = static_cast<std::uint8_t>(order.opaque ^ flaw);
-                kernels().copyRow({row.data(), order, row.data(), order, width, false});
-                ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected) << x;
+    for (const std::int64_t width : {3, 5, 12, 40, 150}) {
+        for (const ChannelOrder& order : testing::orders) {
+            GuardedBytes row(4 * width);
+            row.FillRandomly(random);
+            for (std::int64_t x = 0; x < width; ++x)
+                row.data()[4 * x + order.alpha] = order.opaque;
+            const std::vector<std::uint8_t> expected(row.data(), row.data() + row.size());
+            for (std::int64_t x = 0; x < width; ++x) {
+                for (const unsigned flaw : {0x01U, 0x80U, 0xFFU}) {
+                    row.data()[4 * x + order.alpha] =
+                        static_cast<std::uint8_t>(order.opaque ^ flaw);
+                    kernels().makeRowsOpaque({.pixels = row.data(),
+                                              .order = order,
+                                              .width = width,
+                                              .rowCount = 1,
+                                              .rowStep = 0});
+                    ASSERT_EQ(std::vector(row.data(), row.data() + row.size()), expected) << x;
+                }
             }
         }
     }

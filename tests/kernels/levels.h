@@ -61,9 +61,10 @@ struct CheckedKernels {
           addToLongSums(table.addToLongSums),
           blurColumnsLong(table.blurColumnsLong),
           blurRowLong(table.blurRowLong),
-          drawPlainRow(table.drawPlainRow),
           drawWeightedRow(table.drawWeightedRow),
-          copyRow(table.copyRow) {}
+          drawPlainRows(table.drawPlainRows),
+          copyRow(table.copyRow),
+          makeRowsOpaque(table.makeRowsOpaque) {}
 
     CheckedKernel<const RowResampling&> resampleRows;
     CheckedKernel<const ColumnBlending&> blendRows;
@@ -77,9 +78,10 @@ struct CheckedKernels {
     CheckedKernel<const LongSumming&> addToLongSums;
     CheckedKernel<const LongColumnBlurring&> blurColumnsLong;
     CheckedKernel<const LongRowBlurring&> blurRowLong;
-    CheckedKernel<const RowDrawing&, const PlainWeights&> drawPlainRow;
     CheckedKernel<const RowDrawing&, const WeightTables&> drawWeightedRow;
+    CheckedKernel<const RowDrawing&, const PlainWeights&, const RowRun&> drawPlainRows;
     CheckedKernel<const RowCopying&> copyRow;
+    CheckedKernel<const RowOpaquing&> makeRowsOpaque;
 };
 
 // A test that runs once for each level.

@@ -26,9 +26,10 @@ std::vector<const void*> SlotsOf(const KernelTable& table) {
             reinterpret_cast<const void*>(table.addToLongSums),
             reinterpret_cast<const void*>(table.blurColumnsLong),
             reinterpret_cast<const void*>(table.blurRowLong),
-            reinterpret_cast<const void*>(table.drawPlainRow),
             reinterpret_cast<const void*>(table.drawWeightedRow),
-            reinterpret_cast<const void*>(table.copyRow)};
+            reinterpret_cast<const void*>(table.drawPlainRows),
+            reinterpret_cast<const void*>(table.copyRow),
+            reinterpret_cast<const void*>(table.makeRowsOpaque)};
 }
 
 TEST(KernelTables, HoldAFunctionOfTheirOwnInEverySlot) {

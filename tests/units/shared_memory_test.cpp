@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "bridge/picture_methods.h"
@@ -74,6 +75,19 @@ void OverlapRows(int width, int height) {
         const std::ptrdiff_t place = &row - created.rows.data();
         row = reinterpret_cast<int*>(memory.data() + 24 * stride + place * (9 * 4 + 2));
     }
+}
+
+// Apart from the source, the last row first.
+void LieUpsideDown(int width, int height) {
+    LieApart(width, height);
+    std::ranges::reverse(created.rows);
+}
+
+// Apart from the source, with a gap between two rows.
+void LeaveAGap(int width, int height) {
+    LieApart(width, height);
+    for (std::size_t y = created.rows.size() / 2; y < created.rows.size(); ++y)
+        created.rows[y] += stride / 4;
 }
 
 // How the host lays out the next new picture.
@@ -164,6 +178,18 @@ class SharedMemory : public ::testing::Test {
         EXPECT_EQ(withInterval(0), withInterval(never));
     }
 
+    void ExpectDrawnInOrder(bool reversesSource) {
+        const auto withInterval = [reversesSource](REALinteger interval) {
+            return After(20, 12, [&] {
+                if (reversesSource) std::ranges::reverse(source.rows);
+                NewPicture(31, 18, 32);
+                EXPECT_TRUE(DrawPictureF(&created, &source, 3.25, 2.5, 0.75, interval));
+                return &created;
+            });
+        };
+        EXPECT_EQ(withInterval(0), withInterval(never)) << reversesSource;
+    }
+
     static constexpr REALinteger never = std::numeric_limits<REALinteger>::max();
 
     FakeHost host;
@@ -218,6 +244,15 @@ TEST_F(SharedMemory, OfRowsThatAreMissingIsTheFirstRows) {
     ExpectBlurredInOrder();
     ExpectEnlargedInOrder();
     ExpectAveragedInOrder();
+}
+
+TEST_F(SharedMemory, IsDrawnIntoInTheDefinitionsOrder) {
+    for (const auto layout : {LieInTheSource, LieBetweenTheSourcesPixels, LieInTheSourcesRows,
+                              LieApart, LieUpsideDown, LeaveAGap, OverlapRows, LackRows}) {
+        layOut = layout;
+        ExpectDrawnInOrder(false);
+        ExpectDrawnInOrder(true);
+    }
 }
 
 REALboolean ReadLesserSize(REALobject /*object*/, const char* /*name*/, REALinteger* value) {
@@ -309,6 +344,28 @@ TEST_F(SharedMemory, OfRowsIsFoundUnlessTheyFollowEachOther) {
     created.Describe(memory.data(), 10, 4);
     created.rows[3] = created.rows[2];
     EXPECT_FALSE(separate()) << "the last row twice";
+}
+
+TEST_F(SharedMemory, OfRowsHasAStepWhereTheyAreEvenlySpaced) {
+    memory.resize(memorySize);
+    created.Describe(memory.data(), 10, 4);
+    const auto step = [] {
+        PictureEditor editor;
+        EXPECT_TRUE(editor.GetPictureEditor(&created, false, false));
+        return RowStep(editor);
+    };
+    EXPECT_EQ(step(), stride);
+    std::reverse(created.rows.begin(), created.rows.begin() + 4);
+    EXPECT_EQ(step(), -stride) << "the last row first";
+    created.rows[3] += 1;
+    EXPECT_EQ(step(), std::nullopt) << "the last row elsewhere";
+    created.Describe(memory.data(), 10, 4);
+    created.rows[0] += 1;
+    EXPECT_EQ(step(), std::nullopt) << "the first row elsewhere";
+    created.Describe(memory.data(), 10, 2);
+    EXPECT_EQ(step(), stride) << "two rows";
+    created.Describe(memory.data(), 10, 1);
+    EXPECT_TRUE(step().has_value()) << "one row";
 }
 
 }  // namespace
