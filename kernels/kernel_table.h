@@ -47,6 +47,8 @@ struct ColumnBlending {
     // The colours of the same rows as numbers, or no places at all. They mean nothing where lists
     // are in whole numbers.
     NumberRows numbers;
+    // A row that is read soon and is requested meanwhile, or null. Only lists in whole numbers do.
+    const std::uint8_t* ahead;
     ChannelOrder rowOrder;
     const BoundedList* lists;
     int listCount;  // 1 to `rowsBlended`
@@ -64,8 +66,7 @@ struct RowWidening {
     float* numbers;      // as many as `NumberCountOf` says
 };
 
-// A job of copying a row's pixels to another order of channels, opaque. The rows share no memory,
-// or are one and the same with one order.
+// A job of copying a row's pixels to another order of channels, opaque. The rows share no memory.
 struct RowCopying {
     const std::uint8_t* source;
     ChannelOrder sourceOrder;

@@ -86,17 +86,17 @@ struct Avx2 {
         return _mm256_shuffle_epi8(bytes, byPixel);
     }
 
-    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
-    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
-    // clamped.
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, what is left
+    // without the lowest bits, one more where two are equal; and as bytes as below, clamped.
     static Bytes ToNumbers(Floats values) { return _mm256_cvttps_epi32(values); }
     static Bytes AddNumbers(Bytes left, Bytes right) { return _mm256_add_epi32(left, right); }
-    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm256_sub_epi32(left, right); }
     template <int count>
     static Bytes ShiftNumbers(Bytes numbers) {
         return _mm256_srli_epi32(numbers, count);
     }
-    static Bytes WhereEqual(Bytes left, Bytes right) { return _mm256_cmpeq_epi32(left, right); }
+    static Bytes AddOneWhereEqual(Bytes numbers, Bytes left, Bytes right) {
+        return _mm256_sub_epi32(numbers, _mm256_cmpeq_epi32(left, right));
+    }
     static Bytes PackNumbers(const Bytes (&numbers)[4]) {
         return _mm256_packus_epi16(_mm256_packs_epi32(numbers[0], numbers[1]),
                                    _mm256_packs_epi32(numbers[2], numbers[3]));

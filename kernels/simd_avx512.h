@@ -82,18 +82,17 @@ struct Avx512 {
         return _mm512_shuffle_epi8(bytes, byPixel);
     }
 
-    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
-    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
-    // clamped.
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, what is left
+    // without the lowest bits, one more where two are equal; and as bytes as below, clamped.
     static Bytes ToNumbers(Floats values) { return _mm512_cvttps_epi32(values); }
     static Bytes AddNumbers(Bytes left, Bytes right) { return _mm512_add_epi32(left, right); }
-    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm512_sub_epi32(left, right); }
     template <int count>
     static Bytes ShiftNumbers(Bytes numbers) {
         return _mm512_srli_epi32(numbers, count);
     }
-    static Bytes WhereEqual(Bytes left, Bytes right) {
-        return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(left, right));
+    static Bytes AddOneWhereEqual(Bytes numbers, Bytes left, Bytes right) {
+        const __mmask16 equal = _mm512_cmpeq_epi32_mask(left, right);
+        return _mm512_mask_add_epi32(numbers, equal, numbers, _mm512_set1_epi32(1));
     }
     static Bytes PackNumbers(const Bytes (&numbers)[4]) {
         return _mm512_packus_epi16(_mm512_packs_epi32(numbers[0], numbers[1]),

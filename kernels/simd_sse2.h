@@ -69,17 +69,17 @@ struct Sse2 {
         return _mm_cvtepi32_ps(_mm_and_si128(values, _mm_set1_epi32(255)));
     }
 
-    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, differences, what
-    // is left without the lowest bits, all bits where two are equal; and as bytes as below,
-    // clamped.
+    // Whole numbers of 32 bits, which wrap: those that values truncate to, sums, what is left
+    // without the lowest bits, one more where two are equal; and as bytes as below, clamped.
     static Bytes ToNumbers(Floats values) { return _mm_cvttps_epi32(values); }
     static Bytes AddNumbers(Bytes left, Bytes right) { return _mm_add_epi32(left, right); }
-    static Bytes SubtractNumbers(Bytes left, Bytes right) { return _mm_sub_epi32(left, right); }
     template <int count>
     static Bytes ShiftNumbers(Bytes numbers) {
         return _mm_srli_epi32(numbers, count);
     }
-    static Bytes WhereEqual(Bytes left, Bytes right) { return _mm_cmpeq_epi32(left, right); }
+    static Bytes AddOneWhereEqual(Bytes numbers, Bytes left, Bytes right) {
+        return _mm_sub_epi32(numbers, _mm_cmpeq_epi32(left, right));
+    }
     static Bytes PackNumbers(const Bytes (&numbers)[4]) {
         return _mm_packus_epi16(_mm_packs_epi32(numbers[0], numbers[1]),
                                 _mm_packs_epi32(numbers[2], numbers[3]));

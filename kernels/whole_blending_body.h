@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "kernels/column_vectors.h"
+#include "kernels/prefetching.h"
 
 namespace zvk::kernels {
 namespace {
@@ -53,6 +54,7 @@ class WholeBlender {
 
     void Run() const {
         ForEachVector<Simd>(job_, [this](std::int64_t offset) {
+            if (job_.ahead != nullptr) Prefetch(job_.ahead + offset);
             for (int row = 0; row < job_.listCount; ++row)
                 StoreVector<Simd>(job_, row, offset, Blend(row, offset));
         });

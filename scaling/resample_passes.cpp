@@ -118,6 +118,7 @@ void RowPass::BlendNeighbours(std::int64_t first, std::int64_t last,
     kernels::ColumnBlending job{
         .rows = {.places = nullptr, .stride = bytesPerPixelWord, .capacity = neighbourCount},
         .numbers = {},
+        .ahead = nullptr,
         .rowOrder = *order_,
         .lists = &list,
         .listCount = 1,
@@ -130,6 +131,7 @@ void RowPass::BlendNeighbours(std::int64_t first, std::int64_t last,
         std::uint8_t* const source = reader_.RowAddress(y);
         std::uint8_t* const destination = rows.Row(y);
         job.rows.places = source;
+        job.ahead = RowAhead(y + 1);
         job.destinations[0] = destination + bytesPerPixelWord;
         kernels::SelectedKernels().blendRows(job);
         kernels::ResampleRow(source, *order_, lists_.first(1), destination);
@@ -272,6 +274,7 @@ void ColumnPass::Write(std::int64_t y, int count, const kernels::PixelRows& rows
         if (!bounded_.IsInWholes(y)) WidenRows(y, rows, width);
         kernels::ColumnBlending job{.rows = rows,
                                     .numbers = numberRows_,
+                                    .ahead = nullptr,
                                     .rowOrder = rowOrder_,
                                     .lists = bounded_.lists() + y,
                                     .listCount = count,

@@ -164,6 +164,7 @@ void ResamplingKernels::CheckColumns(const Lengths& lengths, std::int64_t width,
             const int rowCount = bounded.SharesRows(static_cast<std::int64_t>(y)) ? rowsBlended : 1;
             ColumnBlending job{.rows = places,
                                .numbers = random() % 2 ? numbers : NumberRows{},
+                               .ahead = random() % 2 ? places.Row(0) : nullptr,
                                .rowOrder = from,
                                .lists = bounded.lists() + y,
                                .listCount = rowCount,
@@ -238,6 +239,7 @@ TEST_P(ResamplingKernels, FindRowsThatHaveTakenThePlacesOfEarlierOnes) {
             std::vector<std::uint8_t> expected(4 * 20);
             kernels().blendRows({.rows = places,
                                  .numbers = {},
+                                 .ahead = nullptr,
                                  .rowOrder = layouts::console,
                                  .lists = bounded.lists() + y,
                                  .listCount = 1,
@@ -268,6 +270,7 @@ void ResamplingKernels::CheckBlend(const BoundedTable& bounded, const Contributi
     ResampleColumns(rows, layouts::console, list, layouts::colourFirst, width, expected.data());
     ColumnBlending job{.rows = rows,
                        .numbers = {},
+                       .ahead = nullptr,
                        .rowOrder = layouts::console,
                        .lists = bounded.lists(),
                        .listCount = 1,
@@ -437,6 +440,7 @@ TEST_P(ResamplingKernels, DecideAllHalvesOfMitchellAtItsOwnSizeAsTheDefinitionDo
             kernels().widenRow({places.Row(row), order, width, numbers.Row(row)});
         kernels().blendRows({.rows = places,
                              .numbers = middle % 2 == 0 ? numbers : NumberRows{},
+                             .ahead = nullptr,
                              .rowOrder = order,
                              .lists = bounded.lists() + y,
                              .listCount = 2,
@@ -483,6 +487,7 @@ TEST_P(ResamplingKernels, DecideEachOfTwoListsInItsOwnWay) {
         found.fill(std::vector<std::uint8_t>(4 * width));
         kernels().blendRows({.rows = places,
                              .numbers = {},
+                             .ahead = nullptr,
                              .rowOrder = layouts::console,
                              .lists = bounded.lists(),
                              .listCount = rowsBlended,
