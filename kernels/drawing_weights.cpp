@@ -11,8 +11,9 @@
 // Most weights are tried in whole numbers. Let w be m 2^-16 + d 2^-32 and less than 2^-32 more, p
 // be c m modulo 2^16, and q be c d 2^-16, rounded down. In units of 2^-16, c w is then p + q above
 // a whole number, the one that c m truncates to, and less than 1 + 255 / 65536 more. So it
-// truncates to the next one where p + q is at least 65536, and c (m + 1) does where p + c is. Where
-// p + q is 65535 it may or may not, and rounding may decide; then products themselves are tried.
+// truncates to the next one where p + q is at least 65536, and m is wrong; then m + 1 is right.
+// Where p + q is 65535 it may or may not, and rounding may decide; then products themselves are
+// tried.
 #include "kernels/drawing_weights.h"
 
 #include <emmintrin.h>
@@ -23,40 +24,27 @@ namespace {
 
 inline constexpr std::int32_t firstValueTried = 128;
 
-// Which of two neighbouring multipliers are right for all values tried.
-struct Trial {
-    bool isLowerRight;
-    bool isUpperRight;
-};
-
-// Tries the multipliers m and m + 1; nothing if the digits of the weight do not tell.
-std::optional<Trial> TryInWholeNumbers(double weight) {
+// Whether a weight's lower multiplier is right, and not the upper one; nothing if its digits do not
+// tell.
+std::optional<bool> IsLowerRight(double weight) {
     const auto digits = static_cast<std::uint32_t>(static_cast<std::int64_t>(weight * 0x1p32));
     const __m128i upper = _mm_set1_epi32(static_cast<int>((digits >> 16U) * 0x10001U));
     const __m128i lower = _mm_set1_epi32(static_cast<int>((digits & 0xFFFFU) * 0x10001U));
     const __m128i zero = _mm_setzero_si128();
     __m128i values =
         _mm_add_epi16(_mm_set1_epi16(firstValueTried), _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7));
+    __m128i reached = zero;
     __m128i doubts = zero;
-    __m128i lowerErrors = zero;
-    __m128i upperErrors = zero;
     for (std::int32_t value = firstValueTried; value < 256; value += 8) {
-        // What p lacks of 65535, and by how much q and c are more.
+        // What p lacks of 65535, and by how much q is more.
         const __m128i lacks = _mm_xor_si128(_mm_mullo_epi16(values, upper), _mm_set1_epi16(-1));
         const __m128i parts = _mm_mulhi_epu16(values, lower);
-        const __m128i reached = _mm_subs_epu16(parts, lacks);
-        const __m128i reachedByUpper = _mm_subs_epu16(values, lacks);
+        reached = _mm_or_si128(reached, _mm_subs_epu16(parts, lacks));
         doubts = _mm_or_si128(doubts, _mm_cmpeq_epi16(parts, lacks));
-        lowerErrors = _mm_or_si128(lowerErrors, reached);
-        upperErrors = _mm_or_si128(upperErrors,
-                                   _mm_and_si128(reachedByUpper, _mm_cmpeq_epi16(reached, zero)));
         values = _mm_add_epi16(values, _mm_set1_epi16(8));
     }
-    const auto isZero = [zero](__m128i words) {
-        return _mm_movemask_epi8(_mm_cmpeq_epi16(words, zero)) == 0xFFFF;
-    };
-    if (!isZero(doubts)) return std::nullopt;
-    return Trial{.isLowerRight = isZero(lowerErrors), .isUpperRight = isZero(upperErrors)};
+    if (_mm_movemask_epi8(doubts) != 0) return std::nullopt;
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(reached, zero)) == 0xFFFF;
 }
 
 // Without an early exit, which would cost more than it saves where the loop runs in vectors.
@@ -66,11 +54,6 @@ bool ScalesAllBytes(double weight, std::uint32_t multiplier) {
         differences |= (value * static_cast<std::int32_t>(multiplier) >> 16) ^
                        static_cast<std::int32_t>(value * weight);
     return differences == 0;
-}
-
-Trial TryProducts(double weight, std::uint32_t lower) {
-    return {.isLowerRight = ScalesAllBytes(weight, lower),
-            .isUpperRight = ScalesAllBytes(weight, lower + 1)};
 }
 
 // The scaled form of what is left to the destination. It adds nothing unless it is above 0.
@@ -111,11 +94,12 @@ std::optional<ScaledWeight> ScaleWeight(double weight) {
     if (!(weight >= 0.0 && weight <= 1.0)) return std::nullopt;
     const auto below = static_cast<std::uint32_t>(weight * 65536.0);
     if (below == weight * 65536.0) return ScaledWeight{below};
-    const auto known = TryInWholeNumbers(weight);
-    const Trial trial = known ? *known : TryProducts(weight, below);
-    if (trial.isLowerRight) return ScaledWeight{below};
-    // 65536 would leave 128 as it is; no weight below 1 does.
-    if (trial.isUpperRight) return ScaledWeight{below + 1};
+    if (const auto isLowerRight = IsLowerRight(weight))
+        return ScaledWeight{*isLowerRight ? below : below + 1};
+    for (const std::uint32_t multiplier : {below, below + 1}) {
+        // 65536 would leave 128 as it is; no weight below 1 does.
+        if (ScalesAllBytes(weight, multiplier)) return ScaledWeight{multiplier};
+    }
     return std::nullopt;
 }
 

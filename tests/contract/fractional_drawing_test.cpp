@@ -556,35 +556,43 @@ TEST(FractionalDrawing, ClearsTheCachesOfWhatItOpenedForWriting) {
 TEST(FractionalDrawing, YieldsOnceThenOncePerRowThenOnce) {
     for (const HostSettings& settings : {Desktop(), Console()}) {
         for (const std::int64_t yield : {1, -1}) {
-            Session session(settings);
-            session.YieldAlways();
-            const Pictures pictures = CreatePictures(session);
-            EXPECT_TRUE(
-                session.DrawPicture(pictures.self.Handle(), pictures.picture.Handle(), 0, 0));
-            EXPECT_EQ(session.Yields(), 0U) << "none for an argument of 0";
-            EXPECT_TRUE(session.DrawPicture(pictures.self.Handle(), pictures.picture.Handle(), 0, 0,
-                                            1.0, yield));
-            EXPECT_EQ(session.Yields(), 1U + 5U + 1U);
+            for (const double fraction : {0.0, 0.25}) {
+                Session session(settings);
+                session.YieldAlways();
+                const Pictures pictures = CreatePictures(session);
+                const auto draw = [&](std::int64_t yieldArgument) {
+                    return session.DrawPicture(pictures.self.Handle(), pictures.picture.Handle(),
+                                               fraction, fraction, 1.0, yieldArgument);
+                };
+                EXPECT_TRUE(draw(0));
+                EXPECT_EQ(session.Yields(), 0U) << "none for an argument of 0";
+                EXPECT_TRUE(draw(yield));
+                EXPECT_EQ(session.Yields(), 1U + 5U + 1U);
+            }
         }
     }
 }
 
 TEST(FractionalDrawing, DrawsOneRowBetweenTwoYields) {
-    Session session(Desktop());
-    session.YieldAlways();
-    const auto self = session.Create(3, 4);
-    const auto picture = session.Create(3, 4);
-    self->Fill(workbench::black);
-    picture->Fill(workbench::Grey(40));
-    std::uint64_t yields = 0;
-    session.host().OnYield([&] {
-        if (++yields == 3) picture->Fill(workbench::Grey(80));
-    });
-    EXPECT_TRUE(session.DrawPicture(self.Handle(), picture.Handle(), 0, 0, 1.0, 1));
-    EXPECT_EQ(self->At(0, 0), workbench::Grey(40));
-    EXPECT_EQ(self->At(0, 1), workbench::Grey(40));
-    EXPECT_EQ(self->At(0, 2), workbench::Grey(80));
-    EXPECT_EQ(self->At(0, 3), workbench::Grey(80));
+    for (const double fraction : {0.0, 0.25}) {
+        Session session(Desktop());
+        session.YieldAlways();
+        const auto self = session.Create(3, 4);
+        const auto picture = session.Create(3, 4);
+        self->Fill(workbench::black);
+        picture->Fill(workbench::Grey(64));
+        std::uint64_t yields = 0;
+        session.host().OnYield([&] {
+            if (++yields == 3) picture->Fill(workbench::Grey(128));
+        });
+        EXPECT_TRUE(
+            session.DrawPicture(self.Handle(), picture.Handle(), fraction, fraction, 1.0, 1));
+        // With a fraction, the first row takes nothing from above and keeps as much of its black.
+        EXPECT_EQ(self->At(1, 0), workbench::Grey(fraction == 0.0 ? 64 : 48));
+        EXPECT_EQ(self->At(1, 1), workbench::Grey(64));
+        EXPECT_EQ(self->At(1, 2), workbench::Grey(128));
+        EXPECT_EQ(self->At(1, 3), workbench::Grey(128));
+    }
 }
 
 TEST(FractionalDrawing, ChangesNothingWhereAPictureCannotBeOpened) {
