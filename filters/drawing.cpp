@@ -64,9 +64,8 @@ class DrawnPicture {
 
     std::int64_t Height() const { return picture_.height; }
     std::optional<std::int64_t> RowStep() const { return zvk::RowStep(picture_); }
-    bool SharesPixelsWith(const PictureEditor& other) const {
-        return SharesPixels(picture_, other);
-    }
+    // The mask may still share its memory.
+    bool LiesApartFrom(const PictureEditor& other) const { return LieApart(picture_, other); }
 
   private:
     const PictureEditor& picture_;
@@ -151,14 +150,15 @@ class RowPainter {
                plain_->withBoth->rightRest && job_.source.width > 0;
     }
 
-    // Joins rows if they are evenly spaced and share no memory.
+    // Joins rows if they are evenly spaced and share no memory. Pictures beside each other in one
+    // buffer do without: comparing their rows would take longer than joining saves.
     void JoinRows() {
         const auto sourceStep = drawn_.RowStep();
         const auto destinationStep = RowStep(destination_);
         if (!sourceStep || !destinationStep) return;
         run_.sourceStep = *sourceStep;
         run_.destinationStep = *destinationStep;
-        joinsRows_ = HasSeparateRows(destination_) && !drawn_.SharesPixelsWith(destination_);
+        joinsRows_ = HasSeparateRows(destination_) && drawn_.LiesApartFrom(destination_);
     }
 
     // How many rows from `y` on take samples from as many rows.

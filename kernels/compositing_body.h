@@ -2,8 +2,8 @@
 // memory with the source.
 //
 // Exactness: with plain weights, products are truncated by a multiplication that gives trunc(c w)
-// for every byte c; five of them do not overflow 16 bits. Samples that are not there count as 0,
-// and what a pixel keeps of itself has a weight of its own there, from which theirs were not
+// for every byte c; five of them do not overflow 16 bits. At the ends, samples that are not there
+// count as 0, and what a pixel keeps of itself has a weight of its own, from which theirs were not
 // subtracted. With weight tables all samples of a column are there, and every product is
 // formed in double and truncated as defined, and the remaining weight is subtracted from in the
 // same order.
@@ -33,15 +33,15 @@ void DrawInFours(const RowDrawing& job, Draw draw) {
     DrawRow(rest);
 }
 
-// With `mayBeOne` a weight may be 1, with `isArranged` both pictures have one order of channels.
+// With `mayBeOne` a weight may be 1, with `haveSameOrder` the channels of both pictures lie alike.
 // Sums are formed in the order of the source.
-template <typename Words, bool mayBeOne, bool isArranged>
+template <typename Words, bool mayBeOne, bool haveSameOrder>
 class PlainDrawer {
   public:
     PlainDrawer(const RowDrawing& job, const PlainWeights& weights)
-        : above_(SamplesAt(job, job.source.above.pixels)),
-          below_(SamplesAt(job, job.source.below.pixels)),
-          destination_(job.destination + job.begin * bytesPerPixelWord),
+        : first_{.above = SamplesAt(job, job.source.above.pixels),
+                 .below = SamplesAt(job, job.source.below.pixels),
+                 .destination = job.destination + job.begin * bytesPerPixelWord},
           size_((job.end - job.begin) * bytesPerPixelWord),
           hasLeftEnd_(job.begin == job.offset),
           hasRightEnd_(job.end == job.offset + job.source.width + 1),
@@ -54,35 +54,47 @@ class PlainDrawer {
           bottomLeft_(weights.bottomLeft),
           rest_(weights.rest) {}
 
-    void Run(const RowRun& rows) {
+    void Run(const RowRun& rows) const {
         for (std::int64_t y = 0; y < rows.count; ++y) {
-            DrawRow();
-            above_ += rows.sourceStep;
-            below_ += rows.sourceStep;
-            destination_ += rows.destinationStep;
+            DrawRow({.above = first_.above + y * rows.sourceStep,
+                     .below = first_.below + y * rows.sourceStep,
+                     .destination = first_.destination + y * rows.destinationStep});
         }
     }
 
   private:
     using Scaler = typename Words::template Scaler<mayBeOne>;
     using Pixels = typename Words::Pixels;
-    using ToOwnOrder = std::conditional_t<isArranged, typename Words::PartedRestoration,
+    using ToOwnOrder = std::conditional_t<haveSameOrder, typename Words::PartedRestoration,
                                           typename Words::PartedArrangement>;
     static constexpr std::int64_t groupSize = Words::pixelCount * bytesPerPixelWord;
 
+    // Where a row's first pixel is, and the right ones of its samples.
+    struct Place {
+        const std::uint8_t* above;
+        const std::uint8_t* below;
+        std::uint8_t* destination;
+
+        Place At(std::int64_t offset) const {
+            return {.above = above + offset,
+                    .below = below + offset,
+                    .destination = destination + offset};
+        }
+    };
+
     // The last group may overlap the one before it, and is drawn before that one changes it.
-    void DrawRow() const {
-        if (size_ <= groupSize) return DrawFew();
+    void DrawRow(const Place& row) const {
+        if (size_ <= groupSize) return DrawFew(row);
         const std::int64_t end = size_ - groupSize;
-        const Pixels last = hasRightEnd_ ? DrawnAtRightEnd(end) : Drawn(end);
+        const Pixels last = hasRightEnd_ ? DrawnAtRightEnd(row.At(end)) : Drawn(row.At(end));
         std::int64_t offset = 0;
         if (hasLeftEnd_) {
-            Words::StorePixels(destination_, DrawnAtLeftEnd());
+            Words::StorePixels(row.destination, DrawnAtLeftEnd(row));
             offset = groupSize;
         }
         for (; offset < end; offset += groupSize)
-            Words::StorePixels(destination_ + offset, Drawn(offset));
-        Words::StorePixels(destination_ + end, last);
+            Words::StorePixels(row.destination + offset, Drawn(row.At(offset)));
+        Words::StorePixels(row.destination + end, last);
     }
 
     // What pixels have taken so far, bytes at even and at odd places.
@@ -114,7 +126,7 @@ class PlainDrawer {
     };
 
     static ToOwnOrder ToOwn(const RowDrawing& job) {
-        if constexpr (isArranged) {
+        if constexpr (haveSameOrder) {
             return ToOwnOrder(job.order);
         } else {
             return ToOwnOrder(job.source.order, job.order);
@@ -142,7 +154,7 @@ class PlainDrawer {
 
     Pixels OwnPixels(const std::uint8_t* place) const {
         const Pixels own = Words::LoadPixels(place);
-        return isArranged ? own : fromOwn_(own);
+        return haveSameOrder ? own : fromOwn_(own);
     }
 
     // A group's pixels, of their samples and of what they keep of themselves.
@@ -154,37 +166,36 @@ class PlainDrawer {
         return Words::Unite(sums.even, sums.odd, toOwn_);
     }
 
-    Pixels Drawn(std::int64_t offset) const {
-        return Blended(SamplesOf(above_ + offset), SamplesOf(below_ + offset),
-                       Sums(OwnPixels(destination_ + offset), rest_));
+    Pixels Drawn(const Place& place) const {
+        return Blended(SamplesOf(place.above), SamplesOf(place.below),
+                       Sums(OwnPixels(place.destination), rest_));
     }
-    Pixels DrawnAtLeftEnd() const {
-        const Pixels own = OwnPixels(destination_);
+    Pixels DrawnAtLeftEnd(const Place& place) const {
+        const Pixels own = OwnPixels(place.destination);
         Sums kept(own, rest_);
         kept.ReplaceFirst(Sums(own, Scaler(*weights_.leftRest)));
-        return Blended(LeftEndSamplesOf(above_), LeftEndSamplesOf(below_), kept);
+        return Blended(LeftEndSamplesOf(place.above), LeftEndSamplesOf(place.below), kept);
     }
-    Pixels DrawnAtRightEnd(std::int64_t offset) const {
-        const Pixels own = OwnPixels(destination_ + offset);
+    Pixels DrawnAtRightEnd(const Place& place) const {
+        const Pixels own = OwnPixels(place.destination);
         Sums kept(own, rest_);
         kept.ReplaceLast(Sums(own, Scaler(*weights_.rightRest)));
-        return Blended(RightEndSamplesOf(above_ + offset), RightEndSamplesOf(below_ + offset),
-                       kept);
+        return Blended(RightEndSamplesOf(place.above), RightEndSamplesOf(place.below), kept);
     }
 
     // Draws no more pixels than a group has, from copies that are long enough.
-    void DrawFew() const {
-        const SampleCopy above(*this, above_);
-        const SampleCopy below(*this, below_);
+    void DrawFew(const Place& row) const {
+        const SampleCopy above(*this, row.above);
+        const SampleCopy below(*this, row.below);
         std::uint8_t pixels[groupSize] = {};
-        __builtin_memcpy(pixels, destination_, static_cast<std::size_t>(size_));
+        __builtin_memcpy(pixels, row.destination, static_cast<std::size_t>(size_));
         const Pixels own = OwnPixels(pixels);
         // What a pixel keeps of itself differs at the ends: these are drawn once more.
         const auto draw = [&](std::int64_t begin, std::int64_t end, const ScaledWeight& rest) {
             const Pixels drawn =
                 Blended(above.AsSamples(), below.AsSamples(), Sums(own, Scaler(rest)));
             Words::StorePixels(pixels, drawn);
-            __builtin_memcpy(destination_ + begin, pixels + begin,
+            __builtin_memcpy(row.destination + begin, pixels + begin,
                              static_cast<std::size_t>(end - begin));
         };
         draw(0, size_, weights_.rest);
@@ -208,9 +219,7 @@ class PlainDrawer {
         std::uint8_t bytes_[groupSize + bytesPerPixelWord] = {};
     };
 
-    const std::uint8_t* above_;
-    const std::uint8_t* below_;
-    std::uint8_t* destination_;
+    Place first_;
     std::int64_t size_;
     bool hasLeftEnd_;
     bool hasRightEnd_;
@@ -319,10 +328,10 @@ class WeightedDrawer {
 
 template <typename Words>
 void DrawPlainRows(const RowDrawing& first, const PlainWeights& weights, const RowRun& rows) {
-    const bool isArranged = first.source.order == first.order;
+    const bool haveSameOrder = first.source.order == first.order;
     if (weights.HasOne()) {
         PlainDrawer<Words, true, false>(first, weights).Run(rows);
-    } else if (isArranged) {
+    } else if (haveSameOrder) {
         PlainDrawer<Words, false, true>(first, weights).Run(rows);
     } else {
         PlainDrawer<Words, false, false>(first, weights).Run(rows);

@@ -17,7 +17,8 @@ struct ScaledWeight {
     bool IsOne() const { return multiplier == 65536; }
 };
 
-// The scaled form of a weight, or nothing for one below 0, above 1 or not a number.
+// The scaled form of a weight, or nothing for one below 0, above 1 or not a number, and for some of
+// those that hardly differ from a fraction of small numbers.
 std::optional<ScaledWeight> ScaleWeight(double weight);
 
 // The weights of the pixels of a row.

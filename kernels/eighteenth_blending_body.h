@@ -114,8 +114,7 @@ class EighteenthBlender {
         const Bytes half = Simd::Repeat32(halfInSums);
         const Bytes outer = Simd::template ShiftNumbers<3>(Simd::AddNumbers(above, below));
         // Twice the product of 1 is one more than twice its whole part.
-        const Bytes twice =
-            Simd::AddOneWhereEqual(Simd::AddNumbers(own, own), own, one);
+        const Bytes twice = Simd::AddOneWhereEqual(Simd::AddNumbers(own, own), own, one);
         const Bytes sum = Simd::AddNumbers(Simd::AddNumbers(outer, half), twice);
         return Simd::template ShiftNumbers<24>(sum);
     }

@@ -47,7 +47,8 @@ struct ColumnBlending {
     // The colours of the same rows as numbers, or no places at all. They mean nothing where lists
     // are in whole numbers.
     NumberRows numbers;
-    // A row that is read soon and is requested meanwhile, or null. Only lists in whole numbers do.
+    // A row as wide as these that is read soon, or null. It is requested meanwhile where lists are
+    // in whole numbers.
     const std::uint8_t* ahead;
     ChannelOrder rowOrder;
     const BoundedList* lists;
@@ -76,7 +77,7 @@ struct RowCopying {
     bool streams;        // whether the result is stored past the caches
 };
 
-// Rows to be made opaque in their place, evenly spaced.
+// Rows to be made opaque in their place, evenly spaced and sharing no memory.
 struct RowOpaquing {
     std::uint8_t* pixels;  // the first row
     ChannelOrder order;
@@ -114,9 +115,10 @@ struct KernelTable {
     // Fractional drawing over columns whose samples all lie inside the source and its mask, for
     // rows that share no memory with them.
     void (*drawWeightedRow)(const RowDrawing& job, const WeightTables& weights);
-    // The same without a mask, for a row and those below it, also over the columns at the source's
-    // ends if these have weights. Both rows of the source are to be there; one of them may weigh
-    // nothing.
+    // The same without a mask for a row and those below it, which share no memory with each other,
+    // by these weights and not those of the job. Both rows of the source are to be there; one of
+    // them may weigh nothing. The columns at the source's ends may be among those drawn, the left
+    // one if there is a `leftRest`, the right one if there is a `rightRest`.
     void (*drawPlainRows)(const RowDrawing& first, const PlainWeights& weights, const RowRun& rows);
     // Copies pixels and makes them opaque.
     void (*copyRow)(const RowCopying& job);

@@ -79,9 +79,8 @@ class ShortRowOpaquer {
 template <typename Opaquer>
 void MakeEachRowOpaque(const RowOpaquing& job) {
     const Opaquer opaquer(job);
-    std::uint8_t* row = job.pixels;
-    for (std::int64_t y = 0; y < job.rowCount; ++y, row += job.rowStep)
-        opaquer.Run(row);
+    for (std::int64_t y = 0; y < job.rowCount; ++y)
+        opaquer.Run(job.pixels + y * job.rowStep);
 }
 
 template <typename Simd, typename Narrow>

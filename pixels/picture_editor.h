@@ -91,8 +91,12 @@ class PictureEditor {
     void TakeRows(std::uint8_t* rows);
 };
 
-// The distance in bytes from each row of an attached picture to the next, or nothing if it differs.
+// The distance in bytes from each row of an attached picture to the next, 0 where there is but one.
+// Nothing if distances differ, or if they are so large that no memory has room for the rows.
 std::optional<std::int64_t> RowStep(const PictureEditor& editor);
+
+// Whether all of one attached picture lies behind all of another in memory. If so they share none.
+bool LieApart(const PictureEditor& first, const PictureEditor& second);
 
 // Whether any row of two attached pictures has bytes in common. A host may hand out a picture whose
 // memory another one uses too; what is written to it then changes what is read.

@@ -1,4 +1,4 @@
-// The search for memory that two pictures share, or rows of one.
+// How rows lie in memory, and the search for memory that two pictures share, or rows of one.
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -47,22 +47,30 @@ bool AnyRowMeets(const PictureEditor& editor, const Extent& extent) {
 }  // namespace
 
 std::optional<std::int64_t> RowStep(const PictureEditor& editor) {
-    if (editor.pixelFormat != PixelFormat::Console) return editor.rowBytes;
+    if (editor.height < 2) return 0;
+    if (editor.pixelFormat != PixelFormat::Console) {
+        const std::int64_t greatest = (std::int64_t{1} << 47U) / editor.height;
+        if (editor.rowBytes > greatest || editor.rowBytes < -greatest) return std::nullopt;
+        return editor.rowBytes;
+    }
     const auto distance = [&editor](std::int64_t y) {
         return reinterpret_cast<std::uintptr_t>(editor.rowTable[y + 1]) -
                reinterpret_cast<std::uintptr_t>(editor.rowTable[y]);
     };
-    if (editor.height < 2) return 0;
     for (std::int64_t y = 1; y + 1 < editor.height; ++y) {
         if (distance(y) != distance(0)) return std::nullopt;
     }
     return static_cast<std::int64_t>(distance(0));
 }
 
+bool LieApart(const PictureEditor& first, const PictureEditor& second) {
+    return !WholeExtent(first).Meets(WholeExtent(second));
+}
+
 // Most pictures lie apart as wholes; only rows within the other's extent are compared one by one.
 bool SharesPixels(const PictureEditor& first, const PictureEditor& second) {
+    if (LieApart(first, second)) return false;
     const Extent firstWhole = WholeExtent(first);
-    if (!firstWhole.Meets(WholeExtent(second))) return false;
     for (std::int64_t y = 0; y < second.height; ++y) {
         const Extent row = RowExtent(second, y);
         if (row.Meets(firstWhole) && AnyRowMeets(first, row)) return true;

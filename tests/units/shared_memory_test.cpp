@@ -313,6 +313,8 @@ TEST_F(SharedMemory, IsFoundWhereAnyRowMeetsAnother) {
         PictureEditor second;
         EXPECT_TRUE(first.GetPictureEditor(&source, false, false));
         EXPECT_TRUE(second.GetPictureEditor(&created, false, false));
+        // Pictures that lie apart as wholes are never searched.
+        EXPECT_FALSE(LieApart(first, second) && SharesPixels(first, second));
         return SharesPixels(first, second);
     };
     // The source's rows descend in memory.
@@ -365,7 +367,47 @@ TEST_F(SharedMemory, OfRowsHasAStepWhereTheyAreEvenlySpaced) {
     created.Describe(memory.data(), 10, 2);
     EXPECT_EQ(step(), stride) << "two rows";
     created.Describe(memory.data(), 10, 1);
-    EXPECT_TRUE(step().has_value()) << "one row";
+    EXPECT_EQ(step(), 0) << "one row";
+}
+
+TEST(RowSteps, AreThoseOfABitmapContextUnlessNoMemoryHasRoom) {
+    PictureEditor editor;
+    editor.pixelFormat = PixelFormat::SkipFirst;
+    const auto step = [&editor](std::int64_t height, std::int64_t rowBytes) {
+        editor.height = height;
+        editor.rowBytes = rowBytes;
+        return RowStep(editor);
+    };
+    EXPECT_EQ(step(3, 40), 40);
+    EXPECT_EQ(step(3, -40), -40);
+    EXPECT_EQ(step(1, std::numeric_limits<std::int64_t>::min()), 0) << "one row";
+    EXPECT_EQ(step(2, std::int64_t{1} << 46), std::int64_t{1} << 46);
+    EXPECT_EQ(step(2, -(std::int64_t{1} << 46)), -(std::int64_t{1} << 46));
+    EXPECT_EQ(step(3, std::int64_t{1} << 46), std::nullopt);
+    EXPECT_EQ(step(3, -(std::int64_t{1} << 46)), std::nullopt);
+    EXPECT_EQ(step(3, std::numeric_limits<std::int64_t>::min()), std::nullopt);
+}
+
+TEST_F(SharedMemory, LiesApartWhereAllOfItLiesBehindAllOfTheOther) {
+    memory.resize(memorySize);
+    const auto apart = [](std::int64_t offset, bool reverses) {
+        source.Describe(memory.data() + 8 * stride, 10, 4);
+        created.Describe(memory.data() + offset, 5, 4);
+        if (reverses) std::ranges::reverse(created.rows);
+        PictureEditor one;
+        PictureEditor other;
+        EXPECT_TRUE(one.GetPictureEditor(&source, false, false));
+        EXPECT_TRUE(other.GetPictureEditor(&created, false, false));
+        EXPECT_EQ(LieApart(one, other), LieApart(other, one));
+        return LieApart(one, other);
+    };
+    for (const bool reverses : {false, true}) {
+        EXPECT_TRUE(apart(11 * stride + 40, reverses)) << "begins where the last row ends";
+        EXPECT_FALSE(apart(11 * stride + 39, reverses));
+        EXPECT_TRUE(apart(5 * stride - 20, reverses)) << "ends where the first row begins";
+        EXPECT_FALSE(apart(5 * stride - 19, reverses));
+        EXPECT_FALSE(apart(8 * stride + 40, reverses)) << "beside it, row by row";
+    }
 }
 
 }  // namespace
