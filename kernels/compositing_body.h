@@ -14,6 +14,7 @@
 #include "kernels/compositing.h"
 #include "kernels/drawing_weights.h"
 #include "kernels/kernel_table.h"
+#include "kernels/prefetching.h"
 #include "kernels/simd_sse2.h"
 
 namespace zvk::kernels {
@@ -56,9 +57,11 @@ class PlainDrawer {
 
     void Run(const RowRun& rows) const {
         for (std::int64_t y = 0; y < rows.count; ++y) {
-            DrawRow({.above = first_.above + y * rows.sourceStep,
-                     .below = first_.below + y * rows.sourceStep,
-                     .destination = first_.destination + y * rows.destinationStep});
+            const Place row{.above = first_.above + y * rows.sourceStep,
+                            .below = first_.below + y * rows.sourceStep,
+                            .destination = first_.destination + y * rows.destinationStep};
+            const bool isLast = y + 1 == rows.count;
+            DrawRow(row, isLast ? row.destination : row.destination + rows.destinationStep);
         }
     }
 
@@ -82,8 +85,10 @@ class PlainDrawer {
         }
     };
 
-    // The last group may overlap the one before it, and is drawn before that one changes it.
-    void DrawRow(const Place& row) const {
+    // The last group may overlap the one before it, and is drawn before that one changes it. The
+    // row of the destination that is drawn next is requested meanwhile: where only part of a
+    // picture is drawn on, processors do not find it by themselves.
+    void DrawRow(const Place& row, const std::uint8_t* next) const {
         if (size_ <= groupSize) return DrawFew(row);
         const std::int64_t end = size_ - groupSize;
         const Pixels last = hasRightEnd_ ? DrawnAtRightEnd(row.At(end)) : Drawn(row.At(end));
@@ -92,8 +97,10 @@ class PlainDrawer {
             Words::StorePixels(row.destination, DrawnAtLeftEnd(row));
             offset = groupSize;
         }
-        for (; offset < end; offset += groupSize)
+        for (; offset < end; offset += groupSize) {
+            Prefetch(next + offset);
             Words::StorePixels(row.destination + offset, Drawn(row.At(offset)));
+        }
         Words::StorePixels(row.destination + end, last);
     }
 
