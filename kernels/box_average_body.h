@@ -36,14 +36,12 @@ class RowAverager {
 
     void Run() const {
         if (job_.width < pixelsPerVector) return AverageRows(job_);
-        LineFetcher fetcher(RowsOf(job_), job_.rowCount, job_.starts[0]);
+        LineFetcher<NearReach> fetcher(RowsOf(job_), job_.rowCount, job_.starts[0]);
         std::int64_t x = 0;
-        for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector) {
-            fetcher.FetchAheadOf(job_.starts[x] + job_.boxWidth);
-            WritePixels(x);
-        }
+        for (; x + pixelsPerVector <= job_.width; x += pixelsPerVector)
+            WritePixels(x, fetcher.AheadOf(job_.starts[x + pixelsPerVector - 1]));
         // The last vector goes back over pixels that have been written; they come out the same.
-        if (x < job_.width) WritePixels(job_.width - pixelsPerVector);
+        if (x < job_.width) WritePixels(job_.width - pixelsPerVector, fetcher.AheadOf(0));
     }
 
   private:
@@ -55,8 +53,9 @@ class RowAverager {
         return _mm_cmplt_epi32(place, _mm_set1_epi32(static_cast<int>(count)));
     }
 
-    void WritePixels(std::int64_t x) const {
+    void WritePixels(std::int64_t x, const StretchAhead<NearReach>& ahead) const {
         for (int row = 0; row < job_.rowCount; ++row) {
+            ahead.Request(row);
             const auto meanAt = [&](std::int64_t box) {
                 return MeanOf(SumBlock(job_.sources[row], job_.starts[x + box]));
             };
@@ -177,13 +176,14 @@ class ShortBoxAverager {
     void Run(const RowAveraging& job) const {
         if (job.width == 0) return;
         const std::int32_t* const starts = job.starts;
-        LineFetcher fetcher(RowsOf(job), job.rowCount, starts[0]);
+        LineFetcher<NearReach> fetcher(RowsOf(job), job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of four boxes is the one that may lie too near the row's end.
         for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
             if (starts[x + 3] + longest > job.sourceWidth) break;
-            fetcher.FetchAheadOf(starts[x + 3]);
+            const StretchAhead<NearReach> ahead = fetcher.AheadOf(starts[x + 3]);
             for (int row = 0; row < job.rowCount; ++row) {
+                ahead.Request(row);
                 const std::uint8_t* const source = job.sources[row];
                 const __m128i first = Means(source, starts[x], starts[x + 1]);
                 const __m128i second = Means(source, starts[x + 2], starts[x + 3]);

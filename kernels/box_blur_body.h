@@ -45,7 +45,7 @@ struct Transposed {
           odd(Words::template EverySecond<1>(left, right)) {}
 };
 
-template <typename Words>
+template <typename Words, typename Reach>
 class ColumnBlurrer {
   public:
     explicit ColumnBlurrer(const ColumnBlurring& job)
@@ -75,7 +75,7 @@ class ColumnBlurrer {
     // Requests one of the rows ahead, in turn: all of them by the time that a cache line is done.
     void FetchAhead(std::int64_t x) const {
         static_assert(blurRowsAtOnce * pixelsPerGroup * bytesPerPixelWord == cacheLine);
-        Prefetch(job_.ahead[x / pixelsPerGroup % blurRowsAtOnce] + x * bytesPerPixelWord);
+        Reach::Request(job_.ahead[x / pixelsPerGroup % blurRowsAtOnce] + x * bytesPerPixelWord);
     }
 
     template <typename LoadPixels>
@@ -217,9 +217,9 @@ inline void AddRowToColumnSums(const ColumnSumming& job) {
     }
 }
 
-template <typename Words>
+template <typename Words, typename Reach>
 void BlurColumnsInVectors(const ColumnBlurring& job) {
-    ColumnBlurrer<Words>(job).Run();
+    ColumnBlurrer<Words, Reach>(job).Run();
 }
 
 template <typename Words>

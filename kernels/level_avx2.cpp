@@ -10,6 +10,6 @@
 namespace zvk::kernels {
 
 constinit const KernelTable avx2Kernels =
-    TableOf<WideLevel<Avx2, RowWords<WideRowLanes>, WideTurns>>(InstructionSet::Avx2);
+    TableOf<WideLevel<Avx2, RowWords<WideRowLanes>, WideTurns, EvenFours>>(InstructionSet::Avx2);
 
 }  // namespace zvk::kernels

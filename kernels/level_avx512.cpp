@@ -4,11 +4,12 @@
 #include "kernels/row_bytes_avx512.h"
 #include "kernels/simd_avx512.h"
 #include "kernels/turns_avx512.h"
+#include "kernels/wide_boxes_avx512.h"
 #include "kernels/wide_level.h"
 
 namespace zvk::kernels {
 
 constinit const KernelTable avx512Kernels =
-    TableOf<WideLevel<Avx512, RowBytes, WidestTurns>>(InstructionSet::Avx512);
+    TableOf<WideLevel<Avx512, RowBytes, WidestTurns, WidestEvenFours>>(InstructionSet::Avx512);
 
 }  // namespace zvk::kernels

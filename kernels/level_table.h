@@ -20,8 +20,9 @@ namespace {
 
 // What a level is made of: `Simd` are its widest vectors, `Narrow` its sixteen-byte ones, `Rows`
 // lays out rows, `FourDoubles` four numbers in double precision, `Words` sixteen numbers of 16
-// bits, `Pixels` takes boxes of one pixel, and `ShortBoxes` averages those of two to four. Where
-// the widest can permute, `Turns` has their pixels take turns.
+// bits, `Pixels` takes boxes of one pixel, `ShortBoxes` averages those of two to four, and `Reach`
+// requests rows for what is bound by memory where vectors are wide. Where the widest can permute,
+// `Turns` has their pixels take turns.
 template <typename Level>
 consteval KernelTable TableOf(InstructionSet level) {
     using Simd = typename Level::Simd;
@@ -50,7 +51,7 @@ consteval KernelTable TableOf(InstructionSet level) {
             .interpolateRows = interpolateRows,
             .interpolateColumns = interpolateColumns,
             .addToColumnSums = AddRowToColumnSums,
-            .blurColumns = BlurColumnsInVectors<Words>,
+            .blurColumns = BlurColumnsInVectors<Words, typename Level::Reach>,
             .blurRows = BlurRowsInVectors<Words>,
             .addToLongSums = AddToLongSums,
             .blurColumnsLong = BlurColumnsLong<Narrow, FourDoubles>,

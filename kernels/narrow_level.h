@@ -4,6 +4,7 @@
 #include "kernels/box_average_body.h"
 #include "kernels/compositing_body.h"
 #include "kernels/four_doubles_sse2.h"
+#include "kernels/prefetching.h"
 #include "kernels/row_lanes_sse.h"
 #include "kernels/row_words_body.h"
 #include "kernels/words_sse.h"
@@ -19,6 +20,7 @@ struct NarrowLevel {
     using FourDoubles = FourDoublesSse2;
     using Words = WordPair<Vectors>;
     using Pixels = PixelPicker<Vectors>;
+    using Reach = NearReach;
     using ShortBoxes = ShortBoxAverager<Vectors>;
 };
 

@@ -2,6 +2,7 @@
 // row and every page.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kernels/channel_order.h"
@@ -35,33 +36,69 @@ struct RowsInTurn {
     }
 };
 
-// Requests rows line by line, a few cache lines before their turn comes; of a row by itself the
-// next one, since a processor fetches ahead in one row by itself. Several rows are more than a
-// first-level cache would keep for the length of a row.
+// How far ahead several rows are requested: a few cache lines, for the first-level cache, where the
+// work on a line takes longer than memory does.
+struct NearReach {
+    static constexpr std::int64_t distance = 8 * cacheLine;
+    static void Request(const std::uint8_t* bytes) { Prefetch(bytes); }
+};
+
+// Farther, for the second-level cache, where the work has to wait for memory.
+struct FarReach {
+    static constexpr std::int64_t distance = 64 * cacheLine;
+    static void Request(const std::uint8_t* bytes) {
+        __builtin_prefetch(bytes, 0, 2);
+        __asm__ volatile("");
+    }
+};
+
+// Some bytes of each of several rows that are read soon.
+template <typename Reach>
+struct StretchAhead {
+    const std::uint8_t* const* rows;
+    std::int64_t offset;
+    std::int64_t size;  // 0 or less where there is nothing to request
+
+    void Request(int row) const {
+        const std::uint8_t* const bytes = rows[row] + offset;
+        for (std::int64_t line = 0; line < size; line += cacheLine)
+            Reach::Request(bytes + line);
+    }
+};
+
+// Tells what to request while rows are read from left to right. Of a row by itself it is the next
+// one, since a processor fetches ahead in one row by itself.
+template <typename Reach>
 class LineFetcher {
   public:
     // Nothing before pixel `first` is requested.
     LineFetcher(const RowsInTurn& rows, int rowCount, std::int64_t first)
         : rows_(rows),
-          rowCount_(rowCount),
-          distance_(rowCount > 1 ? 8 * cacheLine : rows.rowSize),
-          fetched_(first * bytesPerPixelWord) {}
+          distance_(rowCount > 1 ? std::min(Reach::distance, rows.rowSize) : rows.rowSize),
+          reached_(first * bytesPerPixelWord) {}
 
-    // Requests what lies ahead of the pixels up to before `end`, as far as it has not been.
-    void FetchAheadOf(std::int64_t end) {
-        for (; fetched_ < end * bytesPerPixelWord; fetched_ += cacheLine)
-            rows_.Fetch(0, rowCount_, fetched_ + distance_);
+    // What lies ahead of the pixels up to before `end`, as far as it has not been told before.
+    StretchAhead<Reach> AheadOf(std::int64_t end) {
+        const std::int64_t first = reached_ + distance_;
+        while (reached_ < end * bytesPerPixelWord)
+            reached_ += cacheLine;
+        const std::int64_t last = reached_ + distance_;
+        const std::int64_t rowSize = rows_.rowSize;
+        if (first < rowSize)
+            return {.rows = rows_.rows, .offset = first, .size = std::min(last, rowSize) - first};
+        return {.rows = rows_.next,
+                .offset = first - rowSize,
+                .size = std::min(last, 2 * rowSize) - first};
     }
 
   private:
     RowsInTurn rows_;
-    int rowCount_;
     std::int64_t distance_;
-    std::int64_t fetched_;
+    std::int64_t reached_;
 };
 
-// The same for rows that are read in steps of `step` bytes: of all rows by the time that a cache
-// line has been read.
+// Requests rows that are read in steps of `step` bytes: a cache line of all rows by the time that
+// one has been read.
 template <int rowCount, std::int64_t step>
 class StepFetcher {
   public:

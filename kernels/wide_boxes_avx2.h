@@ -46,6 +46,69 @@ class WidePixelPicker {
     Avx2::Arrangement arrange_;
 };
 
+// What boxes of two to four pixels have in common.
+class ShortBoxArithmetic {
+  public:
+    explicit ShortBoxArithmetic(const RowAveraging& job)
+        : inside(InsideOf(job.boxWidth)),
+          addend(job.rounded ? static_cast<std::int16_t>(job.boxWidth / 2) : std::int16_t{0}),
+          addends(_mm256_set1_epi16(addend)),
+          multipliers(
+              _mm256_set1_epi16(static_cast<std::int16_t>(ShortBoxMultiplier(job.boxWidth)))) {}
+
+    // For each channel of two boxes, the sums of their first and of their last two pixels.
+    __m256i SumPairs(__m256i pixels) const {
+        return _mm256_maddubs_epi16(
+            _mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(ByChannel())), inside);
+    }
+
+    // Means of boxes given by their channels' sums, each half by itself.
+    __m256i Divide(__m256i low, __m256i high) const {
+        const auto quotients = [this](__m256i sums) {
+            return _mm256_mulhi_epu16(_mm256_add_epi16(sums, addends), multipliers);
+        };
+        return _mm256_packus_epi16(quotients(low), quotients(high));
+    }
+
+    // The order of four pixels' bytes channel by channel.
+    static __m128i ByChannel() {
+        return _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    }
+
+    // 1 for the pixels of a box and 0 for those behind it, channel after channel.
+    const __m256i inside;
+    const std::int16_t addend;
+    const __m256i addends;
+    const __m256i multipliers;
+
+  private:
+    static __m256i InsideOf(std::int64_t boxWidth) {
+        const auto pixels = static_cast<std::uint32_t>(boxWidth);
+        return _mm256_set1_epi32(static_cast<int>(0x01010101U >> (8U * (4U - pixels))));
+    }
+};
+
+// Means of eight boxes of up to four pixels that begin four pixels apart.
+class EvenFours {
+  public:
+    explicit EvenFours(const ShortBoxArithmetic& arithmetic) : arithmetic_(arithmetic) {}
+
+    // Reads thirty-two pixels.
+    __m256i MeansOf(const std::uint8_t* pixels) const {
+        const auto pairs = [&](int vector) {
+            return arithmetic_.SumPairs(Avx2::LoadAll(pixels + vector * Avx2::byteCount));
+        };
+        // A vector has one box in either half: the sums of two are those of every second box.
+        return Avx2::InOrder(arithmetic_.Divide(_mm256_hadd_epi16(pairs(0), pairs(1)),
+                                                _mm256_hadd_epi16(pairs(2), pairs(3))));
+    }
+
+  private:
+    ShortBoxArithmetic arithmetic_;
+};
+
+// `Fours` gives the means of boxes that begin four pixels apart.
+template <typename Fours>
 class WideBoxAverager {
   public:
     static constexpr std::int64_t longest = ShortBoxAverager<Sse41>::longest;
@@ -53,26 +116,19 @@ class WideBoxAverager {
     explicit WideBoxAverager(const RowAveraging& job)
         : fewer_(job),
           arrange_(job.sourceOrder, job.order),
-          inside_(InsideOf(job.boxWidth)),
-          third_(_mm256_set1_epi16(job.boxWidth == 3 ? 1 : 0)) {
-        addend_ = _mm256_set1_epi16(static_cast<std::int16_t>(job.rounded ? job.boxWidth / 2 : 0));
-        multiplier_ =
-            _mm256_set1_epi16(static_cast<std::int16_t>(ShortBoxMultiplier(job.boxWidth)));
-    }
+          arithmetic_(job),
+          fours_(arithmetic_),
+          third_(_mm256_set1_epi16(job.boxWidth == 3 ? 1 : 0)) {}
 
     void Run(const RowAveraging& job) const {
         const std::int32_t* const starts = job.starts;
-        LineFetcher fetcher(RowsOf(job), job.rowCount, starts[0]);
+        LineFetcher<FarReach> fetcher(RowsOf(job), job.rowCount, starts[0]);
         std::int64_t x = 0;
         // Starts ascend: the last of eight boxes is the one that may lie too near the row's end.
         for (; x + boxesAtOnce <= job.width; x += boxesAtOnce) {
-            if (starts[x + boxesAtOnce - 1] + longest > job.sourceWidth) break;
-            fetcher.FetchAheadOf(starts[x + boxesAtOnce - 1]);
-            const std::int32_t step = StepOf(starts + x);
-            for (int row = 0; row < job.rowCount; ++row) {
-                Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
-                               arrange_(Means(job, job.sources[row], starts + x, step)));
-            }
+            const std::int32_t lastStart = starts[x + boxesAtOnce - 1];
+            if (lastStart + longest > job.sourceWidth) break;
+            AverageEight(job, x, fetcher.AheadOf(lastStart));
         }
         if (x < job.width) fewer_.Run(BoxesFrom(job, x));
     }
@@ -81,26 +137,34 @@ class WideBoxAverager {
     static constexpr std::int64_t boxesAtOnce = 8;
     static constexpr std::int32_t uneven = -1;
 
-    // 1 for the pixels of a box and 0 for those behind it, channel after channel.
-    static __m256i InsideOf(std::int64_t boxWidth) {
-        const auto pixels = static_cast<std::uint32_t>(boxWidth);
-        return _mm256_set1_epi32(static_cast<int>(0x01010101U >> (8U * (4U - pixels))));
-    }
-
-    // The eight boxes' pixels of a row.
-    __m256i Means(const RowAveraging& job, const std::uint8_t* source, const std::int32_t* starts,
-                  std::int32_t step) const {
-        if (step == uneven) {
-            const auto placeOf = [&](int box) { return source + starts[box] * bytesPerPixelWord; };
-            return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+    // Averages the eight boxes from the one at `x` on.
+    void AverageEight(const RowAveraging& job, std::int64_t x,
+                      const StretchAhead<FarReach>& ahead) const {
+        const std::int32_t* const starts = job.starts + x;
+        const std::int32_t step = StepOf(starts);
+        // A loop for each kind, so that the rows do not ask for it.
+        const auto writeRows = [&](auto meansOf) {
+            for (int row = 0; row < job.rowCount; ++row) {
+                ahead.Request(row);
+                const std::uint8_t* const first = job.sources[row] + starts[0] * bytesPerPixelWord;
+                Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
+                               arrange_(meansOf(first)));
+            }
+        };
+        if (step == 4) {
+            writeRows([this](const std::uint8_t* first) { return fours_.MeansOf(first); });
+        } else if (step == 2 && job.boxWidth <= 3) {
+            writeRows([this](const std::uint8_t* first) {
+                return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
+            });
+        } else {
+            writeRows([this, starts](const std::uint8_t* first) {
+                const auto placeOf = [=](int box) {
+                    return first + (starts[box] - starts[0]) * bytesPerPixelWord;
+                };
+                return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+            });
         }
-        const std::uint8_t* const first = source + starts[0] * bytesPerPixelWord;
-        if (step == 4) return MeansByFours(first);
-        if (step == 2 && job.boxWidth <= 3)
-            return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
-        const std::int64_t size = step * bytesPerPixelWord;
-        const auto placeOf = [=](int box) { return first + box * size; };
-        return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
     }
 
     // How far apart the boxes begin, if they all do so alike.
@@ -119,19 +183,7 @@ class WideBoxAverager {
 
     // Means of twice four boxes, given by their channels' sums in words.
     __m256i InWords(__m256i low, __m256i high) const {
-        return _mm256_permute4x64_epi64(Divide(low, high), _MM_SHUFFLE(3, 1, 2, 0));
-    }
-
-    // Means of eight boxes of up to four pixels that begin four pixels apart; it reads thirty-two
-    // pixels.
-    __m256i MeansByFours(const std::uint8_t* pixels) const {
-        const auto pairs = [&](int vector) {
-            return SumPairs(Avx2::LoadAll(pixels + vector * Avx2::byteCount));
-        };
-        // A vector has one box in either half: the sums of two are those of every second box.
-        const __m256i byTurns =
-            Divide(_mm256_hadd_epi16(pairs(0), pairs(1)), _mm256_hadd_epi16(pairs(2), pairs(3)));
-        return Avx2::InOrder(byTurns);
+        return _mm256_permute4x64_epi64(arithmetic_.Divide(low, high), _MM_SHUFFLE(3, 1, 2, 0));
     }
 
     // The channels' sums of four boxes of two or three pixels, each of which begins two pixels
@@ -156,31 +208,15 @@ class WideBoxAverager {
     }
 
     __m256i SumPairs(const std::uint8_t* first, const std::uint8_t* second) const {
-        return SumPairs(_mm256_set_m128i(Sse2::LoadAll(second), Sse2::LoadAll(first)));
-    }
-
-    // For each channel of two boxes, the sums of their first and of their last two pixels.
-    __m256i SumPairs(__m256i pixels) const {
-        const __m256i byChannel = _mm256_broadcastsi128_si256(
-            _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
-        return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, byChannel), inside_);
-    }
-
-    // Means of boxes given by their channels' sums, each half by itself.
-    __m256i Divide(__m256i low, __m256i high) const {
-        const auto quotients = [this](__m256i sums) {
-            return _mm256_mulhi_epu16(_mm256_add_epi16(sums, addend_), multiplier_);
-        };
-        return _mm256_packus_epi16(quotients(low), quotients(high));
+        return arithmetic_.SumPairs(_mm256_set_m128i(Sse2::LoadAll(second), Sse2::LoadAll(first)));
     }
 
     ShortBoxAverager<Sse41> fewer_;
     Avx2::Arrangement arrange_;
-    __m256i inside_;
+    ShortBoxArithmetic arithmetic_;
+    Fours fours_;
     // The weights of a box's third pixel and of the one behind it.
     __m256i third_;
-    __m256i addend_;
-    __m256i multiplier_;
 };
 
 }  // namespace

@@ -32,6 +32,7 @@ LEVEL_FILES = {
     "kernels/simd_avx2.h": "avx2",
     "kernels/simd_avx512.h": "avx512",
     "kernels/wide_boxes_avx2.h": "avx2",
+    "kernels/wide_boxes_avx512.h": "avx512",
     "kernels/wide_level.h": "avx2",
     "kernels/words_avx2.h": "avx2",
 }
