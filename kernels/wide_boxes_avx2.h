@@ -157,12 +157,15 @@ class WideBoxAverager {
             writeRows([this](const std::uint8_t* first) {
                 return InWords(SumByTwos(first), SumByTwos(first + Avx2::byteCount));
             });
+        } else if (step != uneven) {
+            const std::int64_t size = step * bytesPerPixelWord;
+            writeRows([this, size](const std::uint8_t* first) {
+                return MeansAt([=](int box) { return first + box * size; });
+            });
         } else {
             writeRows([this, starts](const std::uint8_t* first) {
-                const auto placeOf = [=](int box) {
-                    return first + (starts[box] - starts[0]) * bytesPerPixelWord;
-                };
-                return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
+                return MeansAt(
+                    [=](int box) { return first + (starts[box] - starts[0]) * bytesPerPixelWord; });
             });
         }
     }
@@ -179,6 +182,12 @@ class WideBoxAverager {
         const __m256i even = _mm256_add_epi32(_mm256_set1_epi32(starts[0]),
                                               _mm256_mullo_epi32(places, _mm256_set1_epi32(step)));
         return _mm256_movemask_epi8(_mm256_cmpeq_epi32(all, even)) == -1;
+    }
+
+    // Means of eight boxes of up to four pixels wherever they are.
+    template <typename PlaceOf>
+    __m256i MeansAt(PlaceOf placeOf) const {
+        return InWords(SumFours(placeOf, 0), SumFours(placeOf, 4));
     }
 
     // Means of twice four boxes, given by their channels' sums in words.
