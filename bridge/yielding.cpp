@@ -7,6 +7,7 @@
 #include "bridge/host_services.h"
 #include "hostapi/platform.h"
 #include "kernels/arithmetic.h"
+#include "kernels/streaming.h"
 
 namespace zvk {
 
@@ -48,6 +49,7 @@ void YieldData::DoYield() {
     const auto now = [inTicks] { return inTicks ? CurrentTick() : CurrentMillisecond(); };
     const std::int64_t span = inTicks ? interval : WrappingSubtract<std::int64_t>(0, interval);
     if (Elapsed(now(), last) < span) return;
+    kernels::EndStreams();
     REALYieldToRB();
     last = now();
 }

@@ -121,7 +121,6 @@ class RowBlurrer {
         std::int64_t x = WriteColumns(0, inside, clamped);
         x = WriteColumns(x, insideEnd, unclamped);
         WriteColumns(x, job_.width, clamped);
-        if (job_.streams) EndStream();
     }
 
   private:

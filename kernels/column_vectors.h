@@ -37,7 +37,6 @@ template <typename Simd, typename Blend>
                              static_cast<std::size_t>(size - offset));
         });
     }
-    if (job.streams) EndStream();
 }
 
 }  // namespace

@@ -53,7 +53,6 @@ void CopyLongRow(const RowCopying& job) {
     for (; offset + step <= size; offset += step)
         copy(offset);
     copy(size - step);
-    if constexpr (streams) EndStream();
 }
 
 template <typename Simd, typename Narrow>

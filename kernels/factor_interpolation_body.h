@@ -31,7 +31,6 @@ class FactorReader {
             WritePixels(x);
         // The last vectors go back over pixels that have been written; they come out the same.
         if (x < job_.lineWidth) WritePixels(job_.lineWidth - Simd::floatCount);
-        if constexpr (streams) EndStream();
     }
 
   private:

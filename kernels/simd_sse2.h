@@ -11,11 +11,6 @@
 namespace zvk::kernels {
 namespace {
 
-// Makes what was streamed visible in order with what is stored later.
-inline void EndStream() {
-    _mm_sfence();
-}
-
 struct Sse2 {
     using Floats = __m128;
     using Bytes = __m128i;
@@ -91,7 +86,7 @@ struct Sse2 {
                             ToNumbers(values[3])});
     }
 
-    // Stores past the caches where the place allows it.
+    // Stores past the caches where the place allows it, in no order until `EndStreams`.
     [[gnu::always_inline]] static void Stream(std::uint8_t* bytes, Bytes values) {
         if (reinterpret_cast<std::uintptr_t>(bytes) % sizeof values != 0) {
             StoreAll(bytes, values);

@@ -29,7 +29,6 @@ void ForEachVector(const ColumnBlending& job, Blend blend) {
     for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
         blend(offset);
     blend(last);
-    if (job.streams) EndStream();
 }
 
 template <typename Simd>

@@ -5,6 +5,7 @@
 #include "bridge/host_reference.h"
 #include "bridge/host_services.h"
 #include "kernels/arithmetic.h"
+#include "kernels/streaming.h"
 #include "pixels/bitmap_context.h"
 #include "pixels/picture_copy.h"
 #include "pixels/picture_properties.h"
@@ -75,6 +76,7 @@ bool PictureEditor::GetPictureEditor(REALpicture subject, bool mayCopy, bool wil
 
 REALpicture PictureEditor::RenderPictureWriter() {
     REALpicture result = nullptr;
+    kernels::EndStreams();
     if (picture != nullptr) {
         result = AddReference(picture);
         REALPictureClearCache(picture);
@@ -90,6 +92,7 @@ REALpicture PictureEditor::RenderPictureWriter() {
 
 void PictureEditor::Release() {
     if (picture == nullptr) return;
+    if (writable) kernels::EndStreams();
     if (descriptionLocked) REALUnlockPictureDescription(picture);
     descriptionLocked = false;
     if (writable) REALPictureClearCache(picture);

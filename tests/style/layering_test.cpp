@@ -18,8 +18,10 @@ namespace fs = std::filesystem;
 const std::map<std::string, std::set<std::string>> allowedIncludes = {
     {"hostapi", {}},
     {"kernels", {}},
-    {"bridge", {"hostapi", "kernels/arithmetic.h"}},
-    {"pixels", {"hostapi", "bridge", "kernels/arithmetic.h", "kernels/channel_order.h"}},
+    {"bridge", {"hostapi", "kernels/arithmetic.h", "kernels/streaming.h"}},
+    {"pixels",
+     {"hostapi", "bridge", "kernels/arithmetic.h", "kernels/channel_order.h",
+      "kernels/streaming.h"}},
     {"scaling", {"hostapi", "bridge", "pixels", "kernels"}},
     {"filters", {"hostapi", "bridge", "pixels", "kernels"}},
     {"workbench", {"hostapi"}},
