@@ -10,12 +10,6 @@
 namespace zvk::kernels {
 namespace {
 
-// Bytes up to the next place in memory where a vector of `size` bytes lies in one cache line.
-inline std::int64_t BytesToBoundary(const std::uint8_t* place, std::int64_t size) {
-    const auto address = reinterpret_cast<std::uintptr_t>(place);
-    return static_cast<std::int64_t>(-address & static_cast<std::uintptr_t>(size - 1));
-}
-
 // Copies fewer bytes than a vector holds.
 template <typename Vectors>
 void CopyShortRow(const RowCopying& job) {
@@ -42,8 +36,7 @@ void CopyLongRow(const RowCopying& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
     constexpr std::int64_t step = Vectors::byteCount;
     copy(0);
-    std::int64_t offset = BytesToBoundary(job.destination, step);
-    offset = offset % bytesPerPixelWord == 0 ? offset : step;
+    std::int64_t offset = BytesToBoundary<Vectors>(job.destination);
     for (; offset + 4 * step <= size; offset += 4 * step) {
         copy(offset);
         copy(offset + step);

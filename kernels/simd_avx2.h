@@ -115,8 +115,10 @@ struct Avx2 {
         __m256i low;
         __m256i high;
 
-        explicit WholeSums(std::int32_t start)
-            : low(_mm256_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+        void StartFrom(Bytes start) {
+            low = start;
+            high = start;
+        }
 
         void Add(Bytes first, Bytes second, Bytes pairs) {
             low = _mm256_add_epi16(
@@ -125,14 +127,15 @@ struct Avx2 {
                 high, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(first, second), pairs));
         }
 
-        Bytes DividedBy(const Quotient& quotient) const {
-            const __m256i factor =
-                _mm256_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
-            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
-            return _mm256_packus_epi16(_mm256_srl_epi16(_mm256_mulhi_epu16(low, factor), shift),
-                                       _mm256_srl_epi16(_mm256_mulhi_epu16(high, factor), shift));
+        Bytes Divided(Bytes multipliers, __m128i shift) const {
+            return _mm256_packus_epi16(
+                _mm256_srl_epi16(_mm256_mulhi_epu16(low, multipliers), shift),
+                _mm256_srl_epi16(_mm256_mulhi_epu16(high, multipliers), shift));
         }
     };
+    static Bytes Repeat16(std::int32_t bits) {
+        return _mm256_set1_epi16(static_cast<std::int16_t>(bits));
+    }
     static Bytes Repeat32(std::int32_t bits) { return _mm256_set1_epi32(bits); }
 
     static Mask Differing(Bytes left, Bytes right) {

@@ -109,8 +109,10 @@ struct Avx512 {
         __m512i low;
         __m512i high;
 
-        explicit WholeSums(std::int32_t start)
-            : low(_mm512_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+        void StartFrom(Bytes start) {
+            low = start;
+            high = start;
+        }
 
         void Add(Bytes first, Bytes second, Bytes pairs) {
             low = _mm512_add_epi16(
@@ -119,14 +121,15 @@ struct Avx512 {
                 high, _mm512_maddubs_epi16(_mm512_unpackhi_epi8(first, second), pairs));
         }
 
-        Bytes DividedBy(const Quotient& quotient) const {
-            const __m512i factor =
-                _mm512_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
-            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
-            return _mm512_packus_epi16(_mm512_srl_epi16(_mm512_mulhi_epu16(low, factor), shift),
-                                       _mm512_srl_epi16(_mm512_mulhi_epu16(high, factor), shift));
+        Bytes Divided(Bytes multipliers, __m128i shift) const {
+            return _mm512_packus_epi16(
+                _mm512_srl_epi16(_mm512_mulhi_epu16(low, multipliers), shift),
+                _mm512_srl_epi16(_mm512_mulhi_epu16(high, multipliers), shift));
         }
     };
+    static Bytes Repeat16(std::int32_t bits) {
+        return _mm512_set1_epi16(static_cast<std::int16_t>(bits));
+    }
     static Bytes Repeat32(std::int32_t bits) { return _mm512_set1_epi32(bits); }
 
     static Mask Differing(Bytes left, Bytes right) { return _mm512_cmpneq_epi8_mask(left, right); }

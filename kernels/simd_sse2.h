@@ -11,6 +11,15 @@
 namespace zvk::kernels {
 namespace {
 
+// Bytes up to the next pixel of a row where a vector lies in one cache line; a vector's where there
+// is none.
+template <typename Simd>
+std::int64_t BytesToBoundary(const std::uint8_t* row) {
+    const auto address = reinterpret_cast<std::uintptr_t>(row);
+    const auto bytes = static_cast<std::int64_t>(-address % Simd::byteCount);
+    return bytes % bytesPerPixelWord == 0 ? bytes : Simd::byteCount;
+}
+
 struct Sse2 {
     using Floats = __m128;
     using Bytes = __m128i;
@@ -118,8 +127,10 @@ struct Sse2 {
         __m128i low;
         __m128i high;
 
-        explicit WholeSums(std::int32_t start)
-            : low(_mm_set1_epi16(static_cast<std::int16_t>(start))), high(low) {}
+        void StartFrom(Bytes start) {
+            low = start;
+            high = start;
+        }
 
         // Every pair has two weights below 128, the first in the lower byte.
         void Add(Bytes first, Bytes second, Bytes pairs) {
@@ -136,13 +147,15 @@ struct Sse2 {
                 high, products(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero)));
         }
 
-        Bytes DividedBy(const Quotient& quotient) const {
-            const __m128i factor = _mm_set1_epi16(static_cast<std::int16_t>(quotient.multiplier));
-            const __m128i shift = _mm_cvtsi32_si128(quotient.shift);
-            return _mm_packus_epi16(_mm_srl_epi16(_mm_mulhi_epu16(low, factor), shift),
-                                    _mm_srl_epi16(_mm_mulhi_epu16(high, factor), shift));
+        // The quotient's multiplier is repeated.
+        Bytes Divided(Bytes multipliers, __m128i shift) const {
+            return _mm_packus_epi16(_mm_srl_epi16(_mm_mulhi_epu16(low, multipliers), shift),
+                                    _mm_srl_epi16(_mm_mulhi_epu16(high, multipliers), shift));
         }
     };
+    static Bytes Repeat16(std::int32_t bits) {
+        return _mm_set1_epi16(static_cast<std::int16_t>(bits));
+    }
     static Bytes Repeat32(std::int32_t bits) { return _mm_set1_epi32(bits); }
 
     static Bytes InOrder(Bytes bytes) { return bytes; }

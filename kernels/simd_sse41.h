@@ -76,8 +76,6 @@ struct Sse41 : Sse2 {
     }
 
     struct WholeSums : Sse2::WholeSums {
-        using Sse2::WholeSums::WholeSums;
-
         void Add(Bytes first, Bytes second, Bytes pairs) {
             low = _mm_add_epi16(low, _mm_maddubs_epi16(_mm_unpacklo_epi8(first, second), pairs));
             high = _mm_add_epi16(high, _mm_maddubs_epi16(_mm_unpackhi_epi8(first, second), pairs));

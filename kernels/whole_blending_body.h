@@ -10,6 +10,8 @@
 
 #include "kernels/column_vectors.h"
 #include "kernels/prefetching.h"
+#include "kernels/quotient.h"
+#include "kernels/repetition.h"
 
 namespace zvk::kernels {
 namespace {
@@ -21,81 +23,128 @@ inline bool AreInWholes(const ColumnBlending& job) {
 }
 
 // Calls `blend` with the offset of every vector across the rows, which have room for one at least.
-// The last vector goes back over bytes that have been written; they come out the same.
+// Vectors go back over bytes that have been written, the last one and, where results are stored
+// past the caches, the second one, so that the others lie in one cache line each. Those bytes come
+// out the same.
 template <typename Simd, typename Blend>
-void ForEachVector(const ColumnBlending& job, Blend blend) {
+[[gnu::always_inline]] inline void ForEachVector(const ColumnBlending& job, Blend blend) {
     const std::int64_t size = job.width * bytesPerPixelWord;
     const std::int64_t last = size > Simd::byteCount ? size - Simd::byteCount : 0;
-    for (std::int64_t offset = 0; offset < last; offset += Simd::byteCount)
+    std::int64_t offset = 0;
+    if (job.streams && last > 0) {
+        blend(0);
+        offset = BytesToBoundary<Simd>(job.destinations[0]);
+    }
+    for (; offset < last; offset += Simd::byteCount)
         blend(offset);
     blend(last);
 }
 
-template <typename Simd>
+// Blends `rowCount` rows of `pairCount` pairs of rows of the source, or of any number where that is
+// 0.
+template <typename Simd, int rowCount, int pairCount>
 class WholeBlender {
   public:
     explicit WholeBlender(const ColumnBlending& job)
-        : job_(job), pairCount_((job.lists->count + 1) / 2), arrange_(job.rowOrder, job.order) {
-        for (std::int32_t pair = 0; pair < pairCount_; ++pair) {
+        : job_(job), pairs_((job.lists->count + 1) / 2), arrange_(job.rowOrder, job.order) {
+        ForEachPair([&](auto pair) {
             const std::int32_t tap = 2 * pair;
             const bool isLast = tap + 1 == job.lists->count;
             rows_[tap] = job.rows.Row(job.lists->first + tap);
             rows_[tap + 1] = isLast ? rows_[tap] : job.rows.Row(job.lists->first + tap + 1);
-            for (int row = 0; row < job.listCount; ++row) {
+            for (int row = 0; row < rowCount; ++row) {
                 const BoundedList& list = job.lists[row];
                 const std::int32_t second = isLast ? 0 : WholeOf(list, tap + 1);
-                pairs_[row][pair] = (WholeOf(list, tap) | second << 8) * 0x10001;
+                weights_[row][pair] = (WholeOf(list, tap) | second << 8) * 0x10001;
             }
+        });
+        for (int row = 0; row < rowCount; ++row) {
+            const std::int32_t denominator = job.lists[row].denominator;
+            const Quotient quotient = Quotient::By(denominator);
+            halves_[row] = Simd::Repeat16(denominator / 2);
+            multipliers_[row] = Simd::Repeat16(quotient.multiplier);
+            shifts_[row] = _mm_cvtsi32_si128(quotient.shift);
         }
-        for (int row = 0; row < job.listCount; ++row)
-            quotients_[row] = Quotient::By(job.lists[row].denominator);
     }
 
-    void Run() const {
-        ForEachVector<Simd>(job_, [this](std::int64_t offset) {
-            if (job_.ahead != nullptr) Prefetch(job_.ahead + offset);
-            for (int row = 0; row < job_.listCount; ++row)
-                StoreVector<Simd>(job_, row, offset, Blend(row, offset));
-        });
+    [[gnu::always_inline]] void Run() const {
+        ForEachVector<Simd>(
+            job_, [this](std::int64_t offset)
+                      __attribute__((always_inline)) { this->Blend(offset); });
     }
 
   private:
     using Bytes = typename Simd::Bytes;
+    static constexpr int mostPairs = pairCount > 0 ? pairCount : mostWholes / 2;
 
     static std::int32_t WholeOf(const BoundedList& list, std::int32_t tap) {
         return static_cast<std::int32_t>(list.weights[tap]);
     }
 
-    Bytes Blend(int row, std::int64_t offset) const {
-        typename Simd::WholeSums sums(job_.lists[row].denominator / 2);
-        const std::uint8_t* const* rows = rows_;
-        for (std::int32_t pair = 0; pair < pairCount_; ++pair, rows += 2) {
-            sums.Add(Simd::LoadAll(rows[0] + offset), Simd::LoadAll(rows[1] + offset),
-                     Simd::Repeat32(pairs_[row][pair]));
-        }
-        return arrange_(sums.DividedBy(quotients_[row]));
+    [[gnu::always_inline]] void Blend(std::int64_t offset) const {
+        if (job_.ahead != nullptr) Prefetch(job_.ahead + offset);
+        typename Simd::WholeSums sums[rowCount];
+        Repeat<rowCount>([&](auto row) { sums[row].StartFrom(halves_[row]); });
+        ForEachPair([&](auto pair) __attribute__((always_inline)) {
+            const Bytes first = Simd::LoadAll(rows_[2 * pair] + offset);
+            const Bytes second = Simd::LoadAll(rows_[2 * pair + 1] + offset);
+            Repeat<rowCount>([&](auto row) __attribute__((always_inline)) {
+                sums[row].Add(first, second, Simd::Repeat32(weights_[row][pair]));
+            });
+        });
+        Repeat<rowCount>([&](auto row) __attribute__((always_inline)) {
+            const Bytes means = sums[row].Divided(multipliers_[row], shifts_[row]);
+            StoreVector<Simd>(job_, row, offset, arrange_(means));
+        });
     }
 
-    const ColumnBlending& job_;
-    std::int32_t pairCount_;
+    template <typename Add>
+    [[gnu::always_inline]] void ForEachPair(Add add) const {
+        if constexpr (pairCount > 0) {
+            Repeat<pairCount>(add);
+        } else {
+            for (std::int32_t pair = 0; pair < pairs_; ++pair)
+                add(pair);
+        }
+    }
+
+    // Copied: through a reference, its fields would be read again after every vector that is
+    // stored.
+    const ColumnBlending job_;
+    std::int32_t pairs_;
     typename Simd::Arrangement arrange_;
-    const std::uint8_t* rows_[mostWholes];
+    const std::uint8_t* rows_[2 * mostPairs];
     // The weights of two rows each, twice over.
-    std::int32_t pairs_[rowsBlended][mostWholes / 2];
-    Quotient quotients_[rowsBlended];
+    std::int32_t weights_[rowCount][mostPairs];
+    Bytes halves_[rowCount];
+    Bytes multipliers_[rowCount];
+    __m128i shifts_[rowCount];
 };
+
+template <typename Simd, int rowCount>
+void BlendPairs(const ColumnBlending& job) {
+    const std::int32_t count = job.lists->count;
+    if (count <= 2) return WholeBlender<Simd, rowCount, 1>(job).Run();
+    if (count <= 4) return WholeBlender<Simd, rowCount, 2>(job).Run();
+    WholeBlender<Simd, rowCount, 0>(job).Run();
+}
+
+template <typename Simd>
+void BlendLongRows(const ColumnBlending& job) {
+    job.listCount == 1 ? BlendPairs<Simd, 1>(job) : BlendPairs<Simd, rowsBlended>(job);
+}
 
 // Rows shorter than a vector are blended aside.
 template <typename Simd>
 void BlendInWholes(const ColumnBlending& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
-    if (size >= Simd::byteCount) return WholeBlender<Simd>(job).Run();
+    if (size >= Simd::byteCount) return BlendLongRows<Simd>(job);
     std::uint8_t bytes[rowsBlended][Simd::byteCount];
     ColumnBlending aside = job;
     for (int row = 0; row < job.listCount; ++row)
         aside.destinations[row] = bytes[row];
     aside.streams = false;
-    WholeBlender<Simd>(aside).Run();
+    BlendLongRows<Simd>(aside);
     for (int row = 0; row < job.listCount; ++row)
         __builtin_memcpy(job.destinations[row], bytes[row], static_cast<std::size_t>(size));
 }
