@@ -30,6 +30,9 @@ struct RowAveraging {
     ChannelOrder order;
     std::int64_t width;  // in pixels
     std::uint8_t* destinations[rowsAveraged];
+    // Whether rows of boxes of one pixel may be stored past the caches. They begin whole cache
+    // lines apart then.
+    bool streams;
 };
 
 // Every channel of a destination pixel is the mean of its block. Rows are averaged one after the

@@ -108,35 +108,85 @@ inline RowAveraging BoxesFrom(const RowAveraging& job, std::int64_t x) {
     return rest;
 }
 
-// Takes boxes of one pixel.
+// Takes boxes of one pixel; those of neighbouring rows that have one source are taken once.
 template <typename Simd>
 class PixelPicker {
   public:
     explicit PixelPicker(const RowAveraging& job) : arrange_(job.sourceOrder, job.order) {}
 
-    void Run(const RowAveraging& job) const {
-        for (int row = 0; row < job.rowCount; ++row)
-            PickPixels(job, job.sources[row], job.destinations[row]);
+    [[gnu::always_inline]] void Run(const RowAveraging& job) const {
+        for (int row = 0; row < job.rowCount;) {
+            const int first = row++;
+            while (row < job.rowCount && job.sources[row] == job.sources[first])
+                ++row;
+            const Rows rows{job.sources[first], job.destinations + first, row - first};
+            job.streams ? PickPixels<true>(job, rows) : PickPixels<false>(job, rows);
+        }
     }
 
   private:
-    void PickPixels(const RowAveraging& job, const std::uint8_t* source,
-                    std::uint8_t* destination) const {
-        const auto pixelAt = [&](std::int64_t x) {
-            int pixel = 0;
-            __builtin_memcpy(&pixel, source + job.starts[x] * bytesPerPixelWord, sizeof pixel);
-            return pixel;
-        };
+    static constexpr std::int64_t pixelsPerVector = 4;
+
+    struct Rows {
+        const std::uint8_t* source;
+        std::uint8_t* const* destinations;
+        int count;
+    };
+
+    // A cache line of one row after the other: lines that are streamed in parts, in turn with
+    // parts of others, take up to ten times as long.
+    template <bool streams>
+    void PickPixels(const RowAveraging& job, const Rows& rows) const {
+        constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
         std::int64_t x = 0;
-        for (; x + 4 <= job.width; x += 4) {
-            const __m128i pixels =
-                _mm_setr_epi32(pixelAt(x), pixelAt(x + 1), pixelAt(x + 2), pixelAt(x + 3));
-            Simd::StoreAll(destination + x * bytesPerPixelWord, arrange_(pixels));
+        if constexpr (streams) {
+            const std::int64_t bytes = BytesToMultiple<cacheLine>(rows.destinations[0]);
+            x = PickSome(job, rows, 0, std::min(bytes / bytesPerPixelWord, job.width));
         }
-        for (; x < job.width; ++x) {
-            const int pixel = _mm_cvtsi128_si32(arrange_(_mm_cvtsi32_si128(pixelAt(x))));
-            __builtin_memcpy(destination + x * bytesPerPixelWord, &pixel, sizeof pixel);
+        for (; x + pixelsPerLine <= job.width; x += pixelsPerLine) {
+            constexpr int vectorCount = pixelsPerLine / pixelsPerVector;
+            __m128i pixels[vectorCount];
+            for (int vector = 0; vector < vectorCount; ++vector)
+                pixels[vector] = PickFour(rows.source, job.starts + x + vector * pixelsPerVector);
+            for (int row = 0; row < rows.count; ++row) {
+                std::uint8_t* place = rows.destinations[row] + x * bytesPerPixelWord;
+                for (const __m128i four : pixels) {
+                    streams ? Simd::Stream(place, four) : Simd::StoreAll(place, four);
+                    place += Simd::byteCount;
+                }
+            }
         }
+        PickSome(job, rows, x, job.width);
+    }
+
+    // Takes the boxes from the one at `x` to before `end`, which it returns.
+    std::int64_t PickSome(const RowAveraging& job, const Rows& rows, std::int64_t x,
+                          std::int64_t end) const {
+        for (; x + pixelsPerVector <= end; x += pixelsPerVector) {
+            const __m128i pixels = PickFour(rows.source, job.starts + x);
+            for (int row = 0; row < rows.count; ++row)
+                Simd::StoreAll(rows.destinations[row] + x * bytesPerPixelWord, pixels);
+        }
+        for (; x < end; ++x) {
+            const __m128i pixels = arrange_(_mm_cvtsi32_si128(PixelAt(rows.source, job.starts[x])));
+            const int pixel = _mm_cvtsi128_si32(pixels);
+            for (int row = 0; row < rows.count; ++row) {
+                std::uint8_t* const place = rows.destinations[row] + x * bytesPerPixelWord;
+                __builtin_memcpy(place, &pixel, sizeof pixel);
+            }
+        }
+        return end;
+    }
+
+    __m128i PickFour(const std::uint8_t* source, const std::int32_t* starts) const {
+        return arrange_(_mm_setr_epi32(PixelAt(source, starts[0]), PixelAt(source, starts[1]),
+                                       PixelAt(source, starts[2]), PixelAt(source, starts[3])));
+    }
+
+    static int PixelAt(const std::uint8_t* source, std::int64_t x) {
+        int pixel = 0;
+        __builtin_memcpy(&pixel, source + x * bytesPerPixelWord, sizeof pixel);
+        return pixel;
     }
 
     typename Simd::Arrangement arrange_;

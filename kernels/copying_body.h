@@ -36,7 +36,7 @@ void CopyLongRow(const RowCopying& job) {
     const std::int64_t size = job.width * bytesPerPixelWord;
     constexpr std::int64_t step = Vectors::byteCount;
     copy(0);
-    std::int64_t offset = BytesToBoundary<Vectors>(job.destination);
+    std::int64_t offset = BytesToMultiple<step>(job.destination);
     for (; offset + 4 * step <= size; offset += 4 * step) {
         copy(offset);
         copy(offset + step);

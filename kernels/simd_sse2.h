@@ -11,13 +11,13 @@
 namespace zvk::kernels {
 namespace {
 
-// Bytes up to the next pixel of a row where a vector lies in one cache line; a vector's where there
-// is none.
-template <typename Simd>
-std::int64_t BytesToBoundary(const std::uint8_t* row) {
+// Bytes up to the next pixel of a row whose address is a multiple of `size`; `size` where there is
+// none.
+template <std::int64_t size>
+std::int64_t BytesToMultiple(const std::uint8_t* row) {
     const auto address = reinterpret_cast<std::uintptr_t>(row);
-    const auto bytes = static_cast<std::int64_t>(-address % Simd::byteCount);
-    return bytes % bytesPerPixelWord == 0 ? bytes : Simd::byteCount;
+    const auto bytes = static_cast<std::int64_t>(-address % size);
+    return bytes % bytesPerPixelWord == 0 ? bytes : size;
 }
 
 struct Sse2 {

@@ -33,7 +33,7 @@ template <typename Simd, typename Blend>
     std::int64_t offset = 0;
     if (job.streams && last > 0) {
         blend(0);
-        offset = BytesToBoundary<Simd>(job.destinations[0]);
+        offset = BytesToMultiple<Simd::byteCount>(job.destinations[0]);
     }
     for (; offset < last; offset += Simd::byteCount)
         blend(offset);

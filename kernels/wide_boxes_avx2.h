@@ -20,27 +20,78 @@ class WidePixelPicker {
         : fewer_(job), arrange_(job.sourceOrder, job.order) {}
 
     void Run(const RowAveraging& job) const {
-        const std::int32_t* const starts = job.starts;
-        std::int64_t x = 0;
-        // Where a row is enlarged, eight of its pixels hold more than eight of the result.
-        for (; x + pixelsAtOnce <= job.width; x += pixelsAtOnce) {
-            const std::int32_t base = starts[x];
-            if (base + pixelsAtOnce > job.sourceWidth) break;
-            if (starts[x + pixelsAtOnce - 1] - base >= pixelsAtOnce) break;
-            const __m256i places =
-                _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts + x)),
-                                 _mm256_set1_epi32(base));
-            for (int row = 0; row < job.rowCount; ++row) {
-                const __m256i pixels = Avx2::LoadAll(job.sources[row] + base * bytesPerPixelWord);
-                Avx2::StoreAll(job.destinations[row] + x * bytesPerPixelWord,
-                               arrange_(_mm256_permutevar8x32_epi32(pixels, places)));
-            }
-        }
+        const std::int64_t x = job.streams ? PickNear<true>(job) : PickNear<false>(job);
         fewer_.Run(BoxesFrom(job, x));
     }
 
   private:
     static constexpr std::int64_t pixelsAtOnce = 8;
+    static constexpr std::int64_t pixelsPerLine = cacheLine / bytesPerPixelWord;
+    static_assert(pixelsPerLine == 2 * pixelsAtOnce);
+
+    // Eight boxes that lie within eight pixels of a row, as those of a row that is enlarged do.
+    struct Near {
+        std::int32_t base;  // the first of these pixels
+        __m256i places;     // of the boxes, behind it
+    };
+
+    static bool AreNear(const RowAveraging& job, std::int64_t x) {
+        const std::int32_t* const starts = job.starts + x;
+        return starts[0] + pixelsAtOnce <= job.sourceWidth &&
+               starts[pixelsAtOnce - 1] - starts[0] < pixelsAtOnce;
+    }
+
+    [[gnu::always_inline]] static Near NearAt(const RowAveraging& job, std::int64_t x) {
+        const std::int32_t* const starts = job.starts + x;
+        const __m256i places = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts));
+        return {starts[0], _mm256_sub_epi32(places, _mm256_set1_epi32(starts[0]))};
+    }
+
+    [[gnu::always_inline]] __m256i Pick(const std::uint8_t* source, const Near& boxes) const {
+        const __m256i pixels = Avx2::LoadAll(source + boxes.base * bytesPerPixelWord);
+        return arrange_(_mm256_permutevar8x32_epi32(pixels, boxes.places));
+    }
+
+    // Takes boxes as long as they are near each other; returns the first one that is left. Lines go
+    // back over pixels that have been written, the last one and, where they are streamed, the
+    // second one; these come out the same.
+    template <bool streams>
+    [[gnu::always_inline]] std::int64_t PickNear(const RowAveraging& job) const {
+        if (job.width < pixelsPerLine) return 0;
+        std::int64_t x = 0;
+        if constexpr (streams) {
+            if (!PickLine<false>(job, 0)) return 0;
+            x = BytesToMultiple<cacheLine>(job.destinations[0]) / bytesPerPixelWord;
+        }
+        for (; x + pixelsPerLine <= job.width; x += pixelsPerLine)
+            if (!PickLine<streams>(job, x)) return x;
+        return PickLine<false>(job, job.width - pixelsPerLine) ? job.width : x;
+    }
+
+    // A cache line of one row after the other: lines that are streamed in parts, in turn with
+    // parts of others, take up to ten times as long. False if the boxes are not near each other.
+    template <bool streams>
+    [[gnu::always_inline]] bool PickLine(const RowAveraging& job, std::int64_t x) const {
+        if (!AreNear(job, x) || !AreNear(job, x + pixelsAtOnce)) return false;
+        const Near first = NearAt(job, x);
+        const Near second = NearAt(job, x + pixelsAtOnce);
+        __m256i pixels[2] = {};
+        for (int row = 0; row < job.rowCount; ++row) {
+            if (row == 0 || job.sources[row] != job.sources[row - 1]) {
+                pixels[0] = Pick(job.sources[row], first);
+                pixels[1] = Pick(job.sources[row], second);
+            }
+            std::uint8_t* const place = job.destinations[row] + x * bytesPerPixelWord;
+            if constexpr (streams) {
+                Avx2::Stream(place, pixels[0]);
+                Avx2::Stream(place + Avx2::byteCount, pixels[1]);
+            } else {
+                Avx2::StoreAll(place, pixels[0]);
+                Avx2::StoreAll(place + Avx2::byteCount, pixels[1]);
+            }
+        }
+        return true;
+    }
 
     PixelPicker<Sse41> fewer_;
     Avx2::Arrangement arrange_;

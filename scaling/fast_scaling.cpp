@@ -36,7 +36,8 @@ class RowAverager {
                .rounded = false,
                .order = writer.Order(),
                .width = 0,
-               .destinations = {}} {}
+               .destinations = {},
+               .streams = false} {}
 
     // Whether rows may be written side by side.
     bool MayJoinRows() const { return !sharesPixels_ && HasSeparateRows(writer_); }

@@ -145,20 +145,26 @@ const std::uint8_t* RowPass::RowAhead(std::int64_t y) const {
     return reader_.RowAddress(std::min<std::int64_t>(y, reader_.height - 1));
 }
 
+// A job for the reader's boxes without rows.
+kernels::RowAveraging RowPass::Averaging() const {
+    return {.sources = {},
+            .ahead = {},
+            .rowCount = 0,
+            .sourceOrder = *order_,
+            .sourceWidth = reader_.width,
+            .starts = boxStarts_.get(),
+            .boxWidth = boxLength_,
+            .boxHeight = 1,
+            .rounded = true,
+            .order = *order_,
+            .width = std::ssize(lists_),
+            .destinations = {},
+            .streams = false};
+}
+
 void RowPass::AverageRows(std::int64_t first, std::int64_t last,
                           const kernels::PixelRows& rows) const {
-    kernels::RowAveraging job{.sources = {},
-                              .ahead = {},
-                              .rowCount = 0,
-                              .sourceOrder = *order_,
-                              .sourceWidth = reader_.width,
-                              .starts = boxStarts_.get(),
-                              .boxWidth = boxLength_,
-                              .boxHeight = 1,
-                              .rounded = true,
-                              .order = *order_,
-                              .width = std::ssize(lists_),
-                              .destinations = {}};
+    kernels::RowAveraging job = Averaging();
     for (std::int64_t y = first; y < last; y += job.rowCount) {
         job.rowCount = static_cast<int>(std::min<std::int64_t>(last - y, kernels::rowsAveraged));
         for (int row = 0; row < job.rowCount; ++row) {
@@ -168,6 +174,41 @@ void RowPass::AverageRows(std::int64_t first, std::int64_t last,
         }
         kernels::SelectedKernels().averageRows(job);
     }
+}
+
+// Only single pixels can be stored past the caches.
+bool RowPass::CanWriteTo(const PictureWriter& writer) const {
+    constexpr std::int64_t cacheLine = 64;
+    if (copiesRows_) return true;
+    if (!averagesBoxes_) return false;
+    if (!writer.IsBeyondCaches()) return true;
+    const auto step = RowStep(writer);
+    return boxLength_ == 1 && step && *step % cacheLine == 0;
+}
+
+void RowPass::Write(std::span<const std::int32_t> sources, std::int64_t y,
+                    const PictureWriter& writer) const {
+    if (averagesBoxes_) return AverageInto(sources, y, writer);
+    for (const std::int32_t source : sources)
+        CopyRow(y++, reader_.RowAddress(source), *order_, reader_.width, writer);
+}
+
+void RowPass::AverageInto(std::span<const std::int32_t> sources, std::int64_t y,
+                          const PictureWriter& writer) const {
+    const auto order = ChannelOrderOf(writer.pixelFormat);
+    const std::int64_t width = writer.WritableWidth(std::ssize(lists_));
+    if (!order || width < 1) return;
+    kernels::RowAveraging job = Averaging();
+    job.order = *order;
+    job.width = width;
+    job.streams = writer.IsBeyondCaches();
+    for (const std::int32_t source : sources) {
+        job.sources[job.rowCount] = reader_.RowAddress(source);
+        job.ahead[job.rowCount] = RowAhead(std::int64_t{source} + 1);
+        job.destinations[job.rowCount] = writer.RowAddress(y + job.rowCount);
+        ++job.rowCount;
+    }
+    kernels::SelectedKernels().averageRows(job);
 }
 
 void RowPass::RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) {

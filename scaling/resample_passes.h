@@ -8,6 +8,7 @@
 #include <span>
 
 #include "bridge/buffer.h"
+#include "kernels/box_average.h"
 #include "kernels/pixel_rows.h"
 #include "pixels/picture_editor.h"
 #include "scaling/bounded_table.h"
@@ -22,8 +23,15 @@ class RowPass {
     // `lists`, of which there is at least one, must outlive the pass.
     RowPass(const PictureReader& reader, std::span<const ContributionList> lists);
 
-    // Whether every pixel gives just its own bytes.
-    bool CopiesRows() const { return copiesRows_; }
+    // Whether rows can be resampled right into the writer's picture, faster than into rows that are
+    // then copied there.
+    bool CanWriteTo(const PictureWriter& writer) const;
+
+    // Resamples the reader's rows that `sources` names, at most `kernels::rowsAveraged` of them,
+    // into the rows from `y` on of the picture of a writer that this can be done for. A picture in
+    // no known format receives no pixels.
+    void Write(std::span<const std::int32_t> sources, std::int64_t y,
+               const PictureWriter& writer) const;
 
     // Resamples the reader's rows from `first` to before `last` into their places in `rows`. A
     // picture in no known format leaves them as they are, and zeros read as black.
@@ -39,7 +47,10 @@ class RowPass {
     void CopyRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
     void BlendNeighbours(std::int64_t first, std::int64_t last,
                          const kernels::PixelRows& rows) const;
+    kernels::RowAveraging Averaging() const;
     void AverageRows(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows) const;
+    void AverageInto(std::span<const std::int32_t> sources, std::int64_t y,
+                     const PictureWriter& writer) const;
     const std::uint8_t* RowAhead(std::int64_t y) const;
     void RunKernels(std::int64_t first, std::int64_t last, const kernels::PixelRows& rows);
 
@@ -105,8 +116,6 @@ class ColumnPass {
         return useKernels_ ? bounded_.CopiedRow(y)
                            : CopiedPixel(lists_[static_cast<std::size_t>(y)]);
     }
-
-    const ChannelOrder& rowOrder() const { return rowOrder_; }
 
   private:
     void Write(std::int64_t y, int count, const kernels::PixelRows& rows, std::int64_t width,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <span>
 
 #include "bridge/buffer.h"
 #include "bridge/host_reference.h"
@@ -132,11 +133,11 @@ class ResampleEngine {
         if (!intermediate_.Allocate(width_, columnPass.RowsAtHand(reader_.height))) {
             return Outcome::NotServed;
         }
+        const bool needsNoRows = rowPass.CanWriteTo(writer);
         std::int64_t done = 0;
         for (std::int64_t y = 0; y < height_;) {
-            const auto copied = columnPass.CopiedRow(y);
-            if (copied && rowPass.CopiesRows()) {
-                CopyRow(y++, reader_.RowAddress(*copied), columnPass.rowOrder(), width_, writer);
+            if (needsNoRows && columnPass.CopiedRow(y)) {
+                y += WriteCopied(y, rowPass, columnPass, writer);
                 continue;
             }
             const RowRange needed = columnPass.RowsFor(y);
@@ -148,6 +149,21 @@ class ResampleEngine {
             y += columnPass.WriteRows(y, intermediate_.rows(), width_, writer);
         }
         return Outcome::Done;
+    }
+
+    // Writes rows of the result that have the bytes of one row between the passes each, from `y` on
+    // and as many as are done at once; returns how many.
+    std::int64_t WriteCopied(std::int64_t y, const RowPass& rowPass, const ColumnPass& columnPass,
+                             const PictureWriter& writer) const {
+        std::array<std::int32_t, kernels::rowsAveraged> sources{};
+        std::size_t count = 0;
+        for (std::int64_t end = y; end < height_ && count < sources.size(); ++end) {
+            const auto source = columnPass.CopiedRow(end);
+            if (!source) break;
+            sources[count++] = *source;
+        }
+        rowPass.Write(std::span(sources).first(count), y, writer);
+        return static_cast<std::int64_t>(count);
     }
 
     // Every pixel gives its own bytes, so that no tables are needed.

@@ -103,7 +103,8 @@ TEST_P(ScalingInMode, GivesTheReferencesBytesForRatiosOfWholeNumbers) {
     const std::vector<std::pair<Size, Size>> ratios = {
         {{48, 36}, {12, 9}},  {{42, 33}, {14, 11}}, {{26, 22}, {13, 11}}, {{64, 40}, {8, 5}},
         {{11, 9}, {44, 36}},  {{13, 7}, {39, 21}},  {{17, 12}, {34, 24}}, {{45, 30}, {30, 20}},
-        {{40, 12}, {40, 36}}, {{12, 40}, {36, 40}}, {{70, 31}, {70, 31}}, {{72, 24}, {12, 4}}};
+        {{40, 12}, {40, 36}}, {{12, 40}, {36, 40}}, {{70, 31}, {70, 31}}, {{72, 24}, {12, 4}},
+        {{44, 19}, {11, 19}}, {{52, 9}, {26, 27}},  {{19, 44}, {19, 11}}, {{9, 52}, {27, 26}}};
     std::uint64_t seed = 250;
     for (const auto& [from, to] : ratios) {
         ExpectScaledFromRandom({8, 8, false}, GetParam(), from, to, ++seed);
@@ -144,6 +145,10 @@ TEST(Scaling, GivesTheReferencesBytesForPicturesOfThousandsOfPixels) {
     // More than any cache holds: some of it blended, some copied.
     ExpectScaledFromRandom({8, 8, false}, 1, {4100, 3}, {4103, 2100}, 305);
     ExpectScaledFromRandom({3, 4, false}, box, {3, 2050}, {4101, 2050}, 306);
+    // The same in rows that lie, with their padding, whole cache lines apart.
+    ExpectScaledFromRandom({3, 4, false}, box, {587, 512}, {4109, 1536}, 307);
+    ExpectScaledFromRandom({3, 4, false}, box, {8218, 1540}, {4109, 1540}, 308);
+    ExpectScaledFromRandom({3, 4, false}, box, {4109, 512}, {4109, 1536}, 309);
 }
 
 TEST(Scaling, ReproducesColoursAtTheSourcesOwnSizeAndMakesThemOpaque) {

@@ -78,23 +78,28 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<st
                      .rounded = random() % 2 == 0,
                      .order = testing::orders[random() % 3],
                      .width = width,
-                     .destinations = {}};
+                     .destinations = {},
+                     .streams = random() % 2 == 0};
     std::array<std::unique_ptr<GuardedBytes>, rowsAveraged> sources;
     std::array<std::unique_ptr<GuardedBytes>, rowsAveraged> found;
+    // Rows at any place in a cache line, and at the same one.
+    const auto rest = static_cast<std::int64_t>(random() % 4);
+    const bool repeatsRows = random() % 2 == 0;
     for (int row = 0; row < job.rowCount; ++row) {
         sources[row] = std::make_unique<GuardedBytes>(4 * sourceWidth, guard);
-        found[row] = std::make_unique<GuardedBytes>(4 * width, guard);
+        found[row] = std::make_unique<GuardedBytes>(4 * width + rest, guard);
         if (random() % 2) {
             sources[row]->FillRandomly(random);
         } else {
             sources[row]->FillWith(255);
         }
-        job.sources[row] = sources[row]->data();
+        const bool isRepeated = repeatsRows && row > 0 && random() % 3 != 0;
+        job.sources[row] = isRepeated ? job.sources[row - 1] : sources[row]->data();
         job.ahead[row] = sources[row]->data();
         job.destinations[row] = found[row]->data();
     }
     kernels().averageRows(job);
-    std::vector<std::uint8_t> expected(found[0]->size());
+    std::vector<std::uint8_t> expected(static_cast<std::size_t>(4 * width));
     for (int row = 0; row < job.rowCount; ++row) {
         RowAveraging single = job;
         single.rowCount = 1;
@@ -102,7 +107,7 @@ void ScalingRowKernels::CheckAverage(std::int64_t boxWidth, const std::vector<st
         single.destinations[0] = expected.data();
         AverageRows(single);
         const std::uint8_t* const bytes = found[row]->data();
-        ASSERT_EQ(std::vector<std::uint8_t>(bytes, bytes + found[row]->size()), expected)
+        ASSERT_EQ(std::vector<std::uint8_t>(bytes, bytes + expected.size()), expected)
             << "box " << boxWidth << " width " << width << " row " << row;
     }
 }
@@ -135,7 +140,8 @@ std::vector<std::uint8_t> ScalingRowKernels::AveragedAtTheStart(
                            .rounded = rounded,
                            .order = layouts::colourFirst,
                            .width = boxCount,
-                           .destinations = {found.data()}});
+                           .destinations = {found.data()},
+                           .streams = false});
     return found;
 }
 

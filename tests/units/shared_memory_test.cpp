@@ -297,7 +297,8 @@ TEST_F(SharedMemory, IsAveragedPixelByPixel) {
                  .rounded = false,
                  .order = layouts::console,
                  .width = 29,
-                 .destinations = {reinterpret_cast<std::uint8_t*>(created.rows[y])}});
+                 .destinations = {reinterpret_cast<std::uint8_t*>(created.rows[y])},
+                 .streams = false});
         }
         EXPECT_EQ(found, memory);
     }
