@@ -41,11 +41,22 @@ set(plugin_sources
 
 # Kernels are compiled once per level of instruction sets. GCC warns of the deliberately undefined
 # vectors inside its own AVX-512 header.
-set_source_files_properties(kernels/level_baseline.cpp PROPERTIES COMPILE_OPTIONS -O3)
-set_source_files_properties(kernels/level_sse41.cpp PROPERTIES COMPILE_OPTIONS "-O3;-msse4.1")
-set_source_files_properties(kernels/level_avx2.cpp PROPERTIES COMPILE_OPTIONS "-O3;-mavx2;-mfma")
-set_source_files_properties(kernels/level_avx512.cpp PROPERTIES COMPILE_OPTIONS
-    "-O3;-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl;-mavx512vnni;-mfma;-Wno-uninitialized;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
+set(kernel_options -O3)
+if(ZVK_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    # Inlined as they are, kernels hold nine of ten checks for undefined behaviour. A description of
+    # each of them would be most of a library that is loaded anew for thousands of cases, so here a
+    # check that fails traps, and AddressSanitizer tells where (`handle_sigill`). GCC clears the
+    # upper halves of registers behind a kernel only if it may take its time.
+    set(kernel_options -O1 -fexpensive-optimizations -fsanitize-undefined-trap-on-error)
+endif()
+set_source_files_properties(kernels/level_baseline.cpp PROPERTIES
+    COMPILE_OPTIONS "${kernel_options}")
+set_source_files_properties(kernels/level_sse41.cpp PROPERTIES
+    COMPILE_OPTIONS "${kernel_options};-msse4.1")
+set_source_files_properties(kernels/level_avx2.cpp PROPERTIES
+    COMPILE_OPTIONS "${kernel_options};-mavx2;-mfma")
+set_source_files_properties(kernels/level_avx512.cpp PROPERTIES
+    COMPILE_OPTIONS "${kernel_options};-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl;-mavx512vnni;-mfma;-Wno-uninitialized;$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>")
 
 if(APPLE)
     include(cmake/macos/linking.cmake)
